@@ -1,0 +1,137 @@
+#include "Utilities/KCGeometry.h"
+#include "Utilities/KCStringConversion.h"
+#include "Utilities/KCURL.h"
+#include "Utilities/KCValue.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Marker : KCObject {
+    std::string description() const override { return "marker"; }
+};
+
+TEST(KCValue, TypedAccessAnswersNothingForOtherKinds)
+{
+    KCValue number(42);
+    EXPECT_EQ(number.string(), nullptr);
+    EXPECT_EQ(number.dictionary(), nullptr);
+    EXPECT_EQ(number.int64Value(), 42);
+    EXPECT_EQ(number.doubleValue(), 42.0);
+    EXPECT_EQ(number.boolValue(), true);
+    EXPECT_FALSE(number.exactBoolean());
+
+    KCValue text(u"42");
+    EXPECT_EQ(*text.string(), u"42");
+    EXPECT_FALSE(text.int64Value());
+    EXPECT_FALSE(text.isNumber());
+
+    KCValue null;
+    EXPECT_TRUE(null.isNull());
+    EXPECT_EQ(null["anything"].kind(), KCValue::Kind::Null);
+    EXPECT_EQ(KCValue(std::shared_ptr<KCObject>()).kind(), KCValue::Kind::Null);
+
+    auto marker = std::make_shared<Marker>();
+    KCValue object(marker);
+    EXPECT_EQ(object.objectAs<Marker>(), marker);
+    EXPECT_EQ(object.description(), "marker");
+    EXPECT_EQ(KCValue(u"x").objectAs<Marker>(), nullptr);
+}
+
+TEST(KCValue, NumbersCompareByValueAcrossKinds)
+{
+    EXPECT_EQ(KCValue(1), KCValue(1u));
+    EXPECT_EQ(KCValue(1), KCValue(1.0));
+    EXPECT_EQ(KCValue(true), KCValue(1));
+    EXPECT_NE(KCValue(-1), KCValue(uint64_t(UINT64_MAX)));
+    EXPECT_NE(KCValue(1), KCValue(u"1"));
+    EXPECT_EQ(KCValue(-2.9).int64Value(), -2);
+    EXPECT_EQ(KCValue(1e300).int64Value(), INT64_MAX);
+}
+
+TEST(KCDictionary, KeepsInsertionOrderAndReplacesInPlace)
+{
+    KCDictionary dictionary;
+    dictionary.set("b", 1);
+    dictionary.set("a", 2);
+    dictionary.set("c", 3);
+    dictionary.set("b", 4);
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : dictionary)
+        keys.push_back(key);
+    EXPECT_EQ(keys, (std::vector<std::string> {"b", "a", "c"}));
+    EXPECT_EQ(*dictionary.find("b"), KCValue(4));
+
+    EXPECT_TRUE(dictionary.erase("b"));
+    EXPECT_FALSE(dictionary.erase("b"));
+    EXPECT_EQ(dictionary.find("b"), nullptr);
+    EXPECT_EQ(*dictionary.find("c"), KCValue(3));
+    dictionary.set("d", 5);
+    EXPECT_EQ(dictionary.begin()->first, "a");
+    EXPECT_EQ(*dictionary.find("d"), KCValue(5));
+}
+
+TEST(KCValue, DescriptionOfNestedContainers)
+{
+    KCValue value(KCDictionary {{"n", 1}, {"list", KCArray {KCValue(u"a"), KCValue(0.5)}}});
+    EXPECT_EQ(value.description(), "{\n    n = 1;\n    list = (\n        a,\n        0.5\n    );\n}");
+    EXPECT_EQ(KCValue(KCData {0xde, 0xad}).description(), "{length = 2, bytes = 0xdead}");
+    EXPECT_EQ(KCValue(KCDate {0}).description(), "2001-01-01 00:00:00 +0000");
+}
+
+TEST(KCStringConversion, RoundTripsAndReplacesIllFormedInput)
+{
+    std::u16string text = u"caf\u00e9 \U0001F600";
+    EXPECT_EQ(KCUTF16FromUTF8(KCUTF8FromUTF16(text)), text);
+    EXPECT_EQ(KCUTF16FromUTF8("a\xff" "b"), u"a\uFFFDb");
+    std::u16string loneSurrogate = {u'a', char16_t(0xD800), u'b'};
+    EXPECT_FALSE(KCIsWellFormedUTF16(loneSurrogate));
+    EXPECT_EQ(KCUTF8FromUTF16(loneSurrogate), "a\xEF\xBF\xBD" "b");
+    EXPECT_TRUE(KCIsWellFormedUTF16(text));
+    EXPECT_EQ(KCUTF16FromUTF8(""), u"");
+}
+
+TEST(KCURL, ComponentsOfFileAndOtherURLs)
+{
+    auto file = KCURL::fileURLWithPath("/tmp/Book Dir/OEBPS/fonts/A.OTF");
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->absoluteString(), "file:///tmp/Book%20Dir/OEBPS/fonts/A.OTF");
+    EXPECT_TRUE(file->isFileURL());
+    EXPECT_EQ(file->path(), "/tmp/Book Dir/OEBPS/fonts/A.OTF");
+    EXPECT_EQ(file->lastPathComponent(), "A.OTF");
+    EXPECT_EQ(file->pathExtension(), "OTF");
+    EXPECT_FALSE(KCURL::fileURLWithPath("relative/path"));
+
+    auto web = KCURL::URLWithString("HTTPS://Example.com/a/b.html?x=1&y=%20");
+    ASSERT_TRUE(web);
+    EXPECT_EQ(web->scheme(), "https");
+    EXPECT_EQ(web->query(), "x=1&y=%20");
+    EXPECT_EQ(web->lastPathComponent(), "b.html");
+
+    auto urn = KCURL::URLWithString("urn:isbn:9780306406157");
+    ASSERT_TRUE(urn);
+    EXPECT_EQ(urn->scheme(), "urn");
+    EXPECT_EQ(urn->path(), "isbn:9780306406157");
+    EXPECT_FALSE(KCURL::URLWithString("no scheme here"));
+}
+
+TEST(KCPath, ExtensionsAndComponents)
+{
+    EXPECT_EQ(KCLastPathComponent("/a/b/"), "b");
+    EXPECT_EQ(KCLastPathComponent("/"), "/");
+    EXPECT_EQ(KCPathExtension("/a/.hidden"), "");
+    EXPECT_EQ(KCPathExtension("archive.tar.gz"), "gz");
+    EXPECT_EQ(KCDeletingPathExtension("LoggerTests.mm"), "LoggerTests");
+    EXPECT_EQ(KCDeletingPathExtension("dir.d/file"), "dir.d/file");
+}
+
+TEST(KCRange, NotFoundMarkerIsLargestSignedValue)
+{
+    KCRange range;
+    EXPECT_EQ(range.location, 9223372036854775807ull);
+    EXPECT_FALSE(range.found());
+    EXPECT_TRUE((KCRange {3, 4}.found()));
+    EXPECT_EQ((KCRange {3, 4}.end()), 7u);
+}
+
+} // namespace

@@ -1,0 +1,96 @@
+#include "PMCommand.h"
+
+#include <cstdio>
+#include <iostream>
+
+PMArguments::PMArguments(const std::vector<std::string>& raw, const std::set<std::string>& valueOptions)
+{
+    for (size_t i = 0; i < raw.size(); ++i) {
+        std::string argument = raw[i];
+        if (argument == "-o")
+            argument = "--output";
+        if (argument.size() < 3 || !argument.starts_with("--")) {
+            m_positionals.push_back(raw[i]);
+            continue;
+        }
+        std::string name = argument.substr(2);
+        std::optional<std::string> inlineValue;
+        if (size_t equals = name.find('='); equals != std::string::npos) {
+            inlineValue = name.substr(equals + 1);
+            name.resize(equals);
+        }
+        if (!valueOptions.count(name)) {
+            m_flags.insert(name);
+            continue;
+        }
+        if (inlineValue) {
+            m_options.emplace(name, *inlineValue);
+        } else if (i + 1 < raw.size()) {
+            m_options.emplace(name, raw[++i]);
+        } else {
+            m_error = "option --" + name + " needs a value";
+        }
+    }
+}
+
+std::optional<std::string> PMArguments::option(const std::string& name) const
+{
+    auto found = m_options.find(name);
+    return found == m_options.end() ? std::nullopt : std::optional<std::string>(found->second);
+}
+
+std::vector<std::string> PMArguments::options(const std::string& name) const
+{
+    std::vector<std::string> values;
+    auto [first, last] = m_options.equal_range(name);
+    for (auto it = first; it != last; ++it)
+        values.push_back(it->second);
+    return values;
+}
+
+std::vector<std::string> PMArguments::unknownNames(const std::set<std::string>& knownFlags) const
+{
+    std::vector<std::string> unknown;
+    for (const auto& name : m_flags) {
+        if (!knownFlags.count(name))
+            unknown.push_back("--" + name);
+    }
+    return unknown;
+}
+
+static std::map<std::string, PMCommand>& registry()
+{
+    static std::map<std::string, PMCommand> commands;
+    return commands;
+}
+
+PMCommandRegistration::PMCommandRegistration(PMCommand command)
+{
+    std::string name = command.name;
+    registry().emplace(std::move(name), std::move(command));
+}
+
+const std::map<std::string, PMCommand>& PMRegisteredCommands()
+{
+    return registry();
+}
+
+int PMFail(const std::string& message)
+{
+    std::cout.flush();
+    std::cerr << "pagemoor: " << message << std::endl;
+    return 1;
+}
+
+bool PMPrintUsageIfAsked(const std::vector<std::string>& args, const std::string& usage)
+{
+    for (const auto& argument : args) {
+        if (argument == "--help" || argument == "-h") {
+            std::cout << usage;
+            if (!usage.empty() && usage.back() != '\n')
+                std::cout << '\n';
+            return true;
+        }
+    }
+    return false;
+}

@@ -1,0 +1,42 @@
+# Shared build settings for every Pagemoor target.
+
+set(PM_WARNINGS -Wall -Wextra -Werror)
+
+if(PM_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+# pm_library(NAME SOURCES... [DEPS targets...])
+# One static library per folder; the folder's parent is on the include path so
+# that headers are included as "Folder/Header.h".
+function(pm_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_compile_options(${name} PRIVATE ${PM_WARNINGS})
+  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/.. ${CMAKE_CURRENT_SOURCE_DIR})
+  if(ARG_DEPS)
+    target_link_libraries(${name} PUBLIC ${ARG_DEPS})
+  endif()
+endfunction()
+
+# pm_tests(NAME SOURCES... DEPS targets... [DEFINES NAME=value...])
+# One GoogleTest executable; every test case becomes a CTest test.
+function(pm_tests name)
+  if(NOT PM_BUILD_TESTS)
+    return()
+  endif()
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPS;DEFINES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_compile_options(${name} PRIVATE ${PM_WARNINGS})
+  target_compile_definitions(${name} PRIVATE
+    PM_SOURCE_DIR="${CMAKE_SOURCE_DIR}" PM_BINARY_DIR="${CMAKE_BINARY_DIR}" ${ARG_DEFINES})
+  target_link_libraries(${name} PRIVATE ${ARG_DEPS} GTest::gtest GTest::gtest_main GTest::gmock)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+endfunction()
+
+if(PM_BUILD_FUZZ)
+  # Coverage feedback for every library; the fuzzers themselves link the fuzzer runtime.
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
