@@ -7,16 +7,22 @@ if(PM_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
-# pm_library(NAME SOURCES... [DEPS targets...])
-# One static library per folder; the folder's parent is on the include path so
-# that headers are included as "Folder/Header.h".
+# pm_library(NAME [DEPS targets...] [TEST_DEPS targets...] [TEST_DEFINES NAME=value...])
+# One static library per folder, made of every .cpp in the folder; the
+# folder's parent is on the include path so that headers are included as
+# "Folder/Header.h". Every .cpp in the folder's tests/ makes one test program.
 function(pm_library name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;DEPS" ${ARGN})
-  add_library(${name} STATIC ${ARG_SOURCES})
+  cmake_parse_arguments(ARG "" "" "DEPS;TEST_DEPS;TEST_DEFINES" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  add_library(${name} STATIC ${sources})
   target_compile_options(${name} PRIVATE ${PM_WARNINGS})
   target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/.. ${CMAKE_CURRENT_SOURCE_DIR})
   if(ARG_DEPS)
     target_link_libraries(${name} PUBLIC ${ARG_DEPS})
+  endif()
+  file(GLOB tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/*.cpp)
+  if(tests)
+    pm_tests(${name}Tests SOURCES ${tests} DEPS ${name} ${ARG_TEST_DEPS} DEFINES ${ARG_TEST_DEFINES})
   endif()
 endfunction()
 
