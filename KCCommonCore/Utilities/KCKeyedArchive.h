@@ -5,9 +5,14 @@
 //
 // Strings, numbers, data, arrays and dictionaries are written as the archive's
 // plain objects; classes of our own derive from KCCoding and are read back
-// through a factory registered under their class name.
+// through a factory registered under their class name. An object shared by
+// several fields is written once and read back as one object.
+//
+// Reading trusts nothing: any malformed, cyclic or too deeply nested (more
+// than 64 levels) archive answers nothing and logs why.
 #include "KCValue.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <span>
@@ -35,7 +40,8 @@ public:
     static KCData archivedDataWithRootObject(const KCValue& root);
 
     void encodeBytes(const uint8_t* bytes, size_t length, std::string_view key);
-    // Strings, numbers, data, dates, arrays, dictionaries, KCCoding objects; null writes "$null".
+    // Strings, numbers, data, dates, URLs, arrays, dictionaries, KCCoding
+    // objects; null (and an object that is not KCCoding, logged) writes "$null".
     void encodeObject(const KCValue& value, std::string_view key);
     // A dictionary whose keys may be any object (strings, numbers).
     void encodeDictionary(const KCDictionaryEntries& entries, std::string_view key);
@@ -56,7 +62,7 @@ private:
 class KCKeyedUnarchiver {
 public:
     // Builds an object of a registered class from the fields of its archive
-    // entry; answers nothing (or calls failWithReason) when they do not fit.
+    // entry. Answering nothing (or calling failWithReason) fails the archive.
     using Factory = std::function<std::shared_ptr<KCObject>(KCKeyedUnarchiver&)>;
     static void registerClass(std::string className, Factory factory);
 
@@ -64,13 +70,17 @@ public:
     // truncated, wrong types, dangling or cyclic references, unknown classes.
     static std::optional<KCValue> unarchivedRootObject(std::span<const uint8_t> archive);
 
+    // The fields of the object being decoded. A missing key, or a field of
+    // another type, answers nothing (null for decodeObject) without failing
+    // the archive; a field whose object is malformed fails it.
     bool containsValueForKey(std::string_view key) const;
     std::optional<std::vector<uint8_t>> decodeBytes(std::string_view key);
-    // Null when the key is missing or the object cannot be decoded.
+    // A dictionary reads as a KCDictionary only when all its keys are strings.
     KCValue decodeObject(std::string_view key);
+    // The entries of a dictionary, whatever its keys, in archive order.
     std::optional<KCDictionaryEntries> decodeDictionary(std::string_view key);
     std::optional<int64_t> decodeInt64(std::string_view key);
-    std::optional<double> decodeDouble(std::string_view key);
+    std::optional<double> decodeDouble(std::string_view key);  // integers too
     std::optional<bool> decodeBool(std::string_view key);
 
     // Marks the whole archive as invalid; unarchivedRootObject then answers nothing.

@@ -34,8 +34,12 @@ void writeAll(int fd, std::string_view bytes)
     }
 }
 
+// Empty text is contained nowhere: an empty condition or file name never
+// switches logging on.
 bool containsCaseInsensitive(std::string_view haystack, std::string_view needle)
 {
+    if (needle.empty())
+        return false;
     icu::UnicodeString h = icu::UnicodeString::fromUTF8(icu::StringPiece(haystack.data(), static_cast<int32_t>(haystack.size())));
     icu::UnicodeString n = icu::UnicodeString::fromUTF8(icu::StringPiece(needle.data(), static_cast<int32_t>(needle.size())));
     h.foldCase();
@@ -231,12 +235,16 @@ void KCLogger::deleteRolledLogsForLogPath(const std::string& path, double maxAge
 {
     std::filesystem::path logPath(path);
     std::string name = logPath.filename().string();
+    if (name.empty())
+        return;  // "dir/" names no log: never sweep every rolled file of a directory
     std::error_code error;
     std::filesystem::directory_iterator entries(logPath.parent_path(), error);
     if (error)
         return;
     double now = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
-    for (const auto& entry : entries) {
+    // Increment with an error code: a directory that changes under us must not throw.
+    for (; entries != std::filesystem::directory_iterator(); entries.increment(error)) {
+        const auto& entry = *entries;
         std::string entryName = entry.path().filename().string();
         if (!entryName.starts_with(rolledLogPrefix()) || !entryName.ends_with(name))
             continue;

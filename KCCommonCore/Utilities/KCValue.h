@@ -55,10 +55,11 @@ public:
     const KCValue* find(std::string_view key) const;
     bool contains(std::string_view key) const { return find(key) != nullptr; }
 
-    size_t size() const { return m_entries.size(); }
-    bool empty() const { return m_entries.empty(); }
-    auto begin() const { return m_entries.begin(); }
-    auto end() const { return m_entries.end(); }
+    // Defined after KCValue, which they need complete.
+    size_t size() const;
+    bool empty() const;
+    std::vector<Entry>::const_iterator begin() const;
+    std::vector<Entry>::const_iterator end() const;
 
     friend bool operator==(const KCDictionary& a, const KCDictionary& b);
 
@@ -138,6 +139,11 @@ private:
         std::shared_ptr<const KCDictionary>, std::shared_ptr<KCObject>>;
     Storage m_storage;
 };
+
+inline size_t KCDictionary::size() const { return m_entries.size(); }
+inline bool KCDictionary::empty() const { return m_entries.empty(); }
+inline std::vector<KCDictionary::Entry>::const_iterator KCDictionary::begin() const { return m_entries.begin(); }
+inline std::vector<KCDictionary::Entry>::const_iterator KCDictionary::end() const { return m_entries.end(); }
 
 // A shared null value, for lookups that find nothing.
 const KCValue& KCNullValue();

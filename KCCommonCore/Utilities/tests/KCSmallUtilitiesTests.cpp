@@ -1,0 +1,87 @@
+#include "Utilities/KCAssertionHandler.h"
+#include "Utilities/KCCasts.h"
+#include "Utilities/PMAssetUtilities.h"
+
+#include "KCTestFiles.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Shape : KCObject {};
+struct Circle : Shape {};
+struct Drawable {
+    virtual ~Drawable() = default;
+    virtual void draw() const = 0;
+};
+struct Named {
+    virtual ~Named() = default;
+    virtual std::string name() const = 0;
+};
+struct Badge : Shape, Drawable, Named {
+    void draw() const override {}
+    std::string name() const override { return "badge"; }
+};
+struct Sticker : Shape, Named {
+    std::string name() const override { return "sticker"; }
+};
+
+TEST(KCCasts, AnswerTheValueOnlyForItsKind)
+{
+    std::shared_ptr<KCObject> circle = std::make_shared<Circle>();
+    std::shared_ptr<KCObject> badge = std::make_shared<Badge>();
+    std::shared_ptr<KCObject> sticker = std::make_shared<Sticker>();
+
+    EXPECT_EQ(KCDynamicCast<Shape>(circle), circle);
+    EXPECT_EQ(KCDynamicCast<Circle>(badge), nullptr);
+    EXPECT_EQ(KCDynamicCast<Circle>(std::shared_ptr<KCObject>()), nullptr);
+    EXPECT_NE(KCProtocolCast<Drawable>(badge), nullptr);
+    EXPECT_EQ(KCProtocolCast<Drawable>(sticker), nullptr);
+
+    EXPECT_EQ((KCClassAndProtocolCast<Shape>(circle)), circle);
+    EXPECT_EQ((KCClassAndProtocolCast<Circle>(badge)), nullptr);
+    EXPECT_EQ((KCClassAndProtocolCast<Shape, Drawable, Named>(badge)), badge);
+    EXPECT_EQ((KCClassAndProtocolCast<Shape, Named, Drawable>(sticker)), nullptr);
+    EXPECT_EQ((KCClassAndProtocolCast<Shape, Named>(sticker)), sticker);
+}
+
+TEST(KCCasts, ValuesOfAnotherKindReadAsAbsent)
+{
+    KCValue number(42), text(u"42"), null, object(std::make_shared<Circle>());
+    EXPECT_EQ(KCDynamicCast<Circle>(number), nullptr);
+    EXPECT_EQ(KCDynamicCast<Circle>(null), nullptr);
+    EXPECT_NE(KCDynamicCast<Shape>(object), nullptr);
+    EXPECT_EQ(KCTypeIDCast(KCValue::Kind::String, &number), nullptr);
+    EXPECT_EQ(KCTypeIDCast(KCValue::Kind::String, &text), &text);
+    EXPECT_EQ(KCTypeIDCast(KCValue::Kind::String, nullptr), nullptr);
+    EXPECT_EQ(KCTypeIDCast(KCValue::Kind::Null, &null), nullptr);
+}
+
+TEST(PMAssetUtilities, ContentTypeFromLowerCasedExtension)
+{
+    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("/books/Moby Dick.EPUB"), 1);
+    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("manual.Pdf"), 3);
+    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("/a/b.pagemoor"), 4);
+    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("/books/noextension"), 0);
+    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("/books.epub/chapter"), 0);
+    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("notes.txt"), 0);
+    EXPECT_EQ(PMAssetUtilities::contentTypeForPath(""), 0);
+}
+
+TEST(KCAssertionHandler, FailedAssertionIsLoggedAndExecutionContinues)
+{
+    int reached = 0;
+    KCStdoutCapture capture;
+    KCAssert(reached == 0, "never logged");
+    int line = __LINE__ + 1;
+    KCAssert(reached == 1, "reached %d of %@", reached, std::string("two"));
+    reached = 2;
+    std::string output = capture.finish();
+
+    EXPECT_EQ(reached, 2);
+    std::string expected = KCStringWithFormat("*** Assertion failure: TestBody %s:%d reached 0 of two\n", __FILE__, line);
+    EXPECT_TRUE(output.ends_with(expected)) << output;
+    EXPECT_EQ(output.find("never logged"), std::string::npos);
+}
+
+} // namespace

@@ -1,0 +1,75 @@
+#pragma once
+// Scratch directories and standard-output capture for the utilities' tests.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+
+// A fresh directory, removed with everything in it.
+class KCScratchDirectory {
+public:
+    KCScratchDirectory()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "kcutilities-XXXXXX").string();
+        m_path = ::mkdtemp(pattern.data()) ? pattern : std::string();
+    }
+    ~KCScratchDirectory()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    const std::string& path() const { return m_path; }
+    std::string file(const std::string& name) const { return m_path + "/" + name; }
+
+private:
+    std::string m_path;
+};
+
+inline std::string KCReadTestFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
+}
+
+inline void KCWriteTestFile(const std::string& path, const std::string& bytes)
+{
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// Points file descriptor 1 at a temporary file until finish().
+class KCStdoutCapture {
+public:
+    KCStdoutCapture()
+    {
+        std::fflush(stdout);
+        m_file = std::tmpfile();
+        m_saved = ::dup(STDOUT_FILENO);
+        ::dup2(::fileno(m_file), STDOUT_FILENO);
+    }
+    ~KCStdoutCapture() { finish(); }
+
+    std::string finish()
+    {
+        if (!m_file)
+            return m_text;
+        std::fflush(stdout);
+        ::dup2(m_saved, STDOUT_FILENO);
+        ::close(m_saved);
+        std::rewind(m_file);
+        char buffer[4096];
+        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, m_file)) > 0;)
+            m_text.append(buffer, n);
+        std::fclose(m_file);
+        m_file = nullptr;
+        return m_text;
+    }
+
+private:
+    std::FILE* m_file = nullptr;
+    int m_saved = -1;
+    std::string m_text;
+};
