@@ -67,20 +67,26 @@ std::string processName()
 std::string KCTimeStamp()
 {
     // One formatter per thread: creating one per call costs more than the line.
+    // Lines logged within the same millisecond reuse the text formatted last.
     thread_local std::unique_ptr<icu::SimpleDateFormat> formatter = [] {
         UErrorCode status = U_ZERO_ERROR;
         auto made = std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString(u"YYYY-MM-dd HH:mm:ss.SSS"), icu::Locale::getRoot(), status);
         return U_SUCCESS(status) ? std::move(made) : nullptr;
     }();
+    thread_local int64_t lastMillisecond = -1;
+    thread_local std::string lastText;
     if (!formatter)
         return {};
     auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
-    UDate now = static_cast<UDate>(std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count());
+    int64_t millisecond = std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count();
+    if (millisecond == lastMillisecond)
+        return lastText;
     icu::UnicodeString text;
-    formatter->format(now, text);
-    std::string out;
-    text.toUTF8String(out);
-    return out;
+    formatter->format(static_cast<UDate>(millisecond), text);
+    lastText.clear();
+    text.toUTF8String(lastText);
+    lastMillisecond = millisecond;
+    return lastText;
 }
 
 KCLogger* KCLogger::sharedLogger()

@@ -1,0 +1,62 @@
+#pragma once
+// A scratch directory and a small object model for the store tests.
+#include "Database/KCManagedObjectModel.h"
+#include "Database/KCPersistentStoreCoordinator.h"
+#include "Utilities/KCURL.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <unistd.h>
+
+class KCScratchDirectory {
+public:
+    KCScratchDirectory()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "kcstore-XXXXXX").string();
+        m_path = mkdtemp(pattern.data());
+    }
+    ~KCScratchDirectory() { std::filesystem::remove_all(m_path); }
+    std::string file(const std::string& name) const { return (m_path / name).string(); }
+    KCURL url(const std::string& name) const { return *KCURL::fileURLWithPath(file(name)); }
+
+private:
+    std::filesystem::path m_path;
+};
+
+inline std::string KCReadFileBytes(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+// Version 2 of the test model; version 1 lacked "rating" and "extra".
+inline std::string KCTestModelJSON(int version = 2)
+{
+    std::string attributes = R"([
+        {"name": "title", "type": "string", "indexed": true},
+        {"name": "count", "type": "integer32"},
+        {"name": "sortKey", "type": "integer64"},
+        {"name": "flag", "type": "boolean", "default": false},
+        {"name": "score", "type": "double"},
+        {"name": "when", "type": "date"},
+        {"name": "payload", "type": "value"})";
+    if (version >= 2)
+        attributes += R"(, {"name": "rating", "type": "integer16", "default": 3}, {"name": "extra", "type": "string"})";
+    return R"({"version": )" + std::to_string(version) + R"(, "entities": [{"name": "Item", "attributes": )" + attributes + "]}]}";
+}
+
+inline std::shared_ptr<const KCManagedObjectModel> KCTestModel(int version = 2)
+{
+    return KCManagedObjectModel::modelWithJSON(KCTestModelJSON(version));
+}
+
+inline std::shared_ptr<KCPersistentStoreCoordinator> KCOpenTestStore(const KCURL& url, int version = 2, KCStoreError* error = nullptr)
+{
+    auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCTestModel(version));
+    KCPersistentStoreOptions options {true, true};
+    if (!coordinator->addPersistentStore("SQLite", url, options, error))
+        return nullptr;
+    return coordinator;
+}

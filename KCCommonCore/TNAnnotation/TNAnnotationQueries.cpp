@@ -1,0 +1,224 @@
+// The predicates and fetches over annotations. The format strings are kept
+// exactly as they have always been written, blanks and case included.
+#include "TNAnnotation/TNAnnotation.h"
+
+#include "Utilities/KCLogger.h"
+
+namespace {
+
+KCValue text(std::u16string_view value)
+{
+    return KCValue(value);
+}
+
+TNAnnotation::Annotations annotationsOf(const std::vector<std::shared_ptr<KCManagedObject>>& objects)
+{
+    TNAnnotation::Annotations annotations;
+    annotations.reserve(objects.size());
+    for (const auto& object : objects) {
+        if (auto annotation = std::dynamic_pointer_cast<TNAnnotation>(object))
+            annotations.push_back(std::move(annotation));
+    }
+    return annotations;
+}
+
+std::shared_ptr<TNAnnotation> lastOf(const std::optional<TNAnnotation::Annotations>& annotations)
+{
+    return annotations && !annotations->empty() ? annotations->back() : nullptr;
+}
+
+} // namespace
+
+TNAnnotation::Predicate TNAnnotation::predicateForAnnotationWithUUID(std::u16string_view uuid, TextArgument assetID)
+{
+    if (assetID)
+        return KCPredicate::predicateWithFormat("annotationAssetID == %@ AND annotationUuid == %@", text(*assetID), text(uuid));
+    return KCPredicate::predicateWithFormat("annotationUuid == %@ AND annotationType != %d ", text(uuid), int(TNAnnotationTypeGlobal));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForAnnotationsWithUUIDInList(const KCArray& uuids, TextArgument assetID)
+{
+    if (assetID)
+        return KCPredicate::predicateWithFormat("annotationUuid IN %@ AND annotationAssetID == %@", uuids, text(*assetID));
+    return KCPredicate::predicateWithFormat("annotationUuid IN %@ AND annotationType != %d", uuids, int(TNAnnotationTypeGlobal));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForAllAnnotationsIncludingDeleted(bool includingDeleted)
+{
+    return KCPredicate::predicateWithFormat("(1 == %d OR annotationDeleted == 0)", int(includingDeleted));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForAnnotationsWithAssetID(std::u16string_view assetID, bool includingDeleted)
+{
+    return KCPredicate::predicateWithFormat("annotationAssetID == %@ AND (1 == %d OR annotationDeleted == 0)", text(assetID), int(includingDeleted));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForAnnotationsWithAssetIDInList(const KCArray& assetIDs, bool includingDeleted)
+{
+    return KCPredicate::predicateWithFormat("annotationAssetID IN %@ AND (1 == %d OR annotationDeleted == 0)", assetIDs, int(includingDeleted));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForGlobalAnnotationWithAssetID(std::u16string_view assetID)
+{
+    return KCPredicate::predicateWithFormat("annotationAssetID == %@ AND annotationType == %d AND annotationDeleted == 0", text(assetID), int(TNAnnotationTypeGlobal));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForUserAnnotationsWithAssetID(std::u16string_view assetID, bool includingDeleted)
+{
+    return KCPredicate::predicateWithFormat("annotationAssetID == %@ AND annotationType IN %@ AND (1 == %d OR annotationDeleted == 0)",
+        text(assetID), userAnnotationTypeValues(), int(includingDeleted));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForUserAnnotationsWithAssetIDInList(const KCArray& assetIDs, bool includingDeleted)
+{
+    return KCPredicate::predicateWithFormat("annotationAssetID IN (%@) AND annotationType IN (%@) and (1 == %d OR annotationDeleted == 0)",
+        assetIDs, userAnnotationTypeValues(), int(includingDeleted));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForPageBookmarksWithAssetID(std::u16string_view assetID)
+{
+    return KCPredicate::predicateWithFormat("annotationAssetID ==[n] %@ AND annotationType == %d AND annotationDeleted == 0 AND plLocationRangeStart >= 0",
+        text(assetID), int(TNAnnotationTypePageBookmark));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForRangeAnnotationsWithAssetID(std::u16string_view assetID)
+{
+    return KCPredicate::predicateWithFormat("annotationAssetID ==[n] %@ AND annotationType == %d AND annotationDeleted == 0 AND plLocationRangeStart >= 0",
+        text(assetID), int(TNAnnotationTypeRange));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForAnnotationsWithLocation(std::u16string_view location, bool includingDeleted)
+{
+    return KCPredicate::predicateWithFormat("annotationLocation = %@ AND (1 == %d OR annotationDeleted == 0)", text(location), int(includingDeleted));
+}
+
+TNAnnotation::Predicate TNAnnotation::predicateForAnnotationsWithUserModificationDate()
+{
+    return KCPredicate::predicateWithFormat("%K != NULL", KCValue(u"futureProofing6"));
+}
+
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForPredicate(Predicate predicate, KCManagedObjectContext* context)
+{
+    if (!context)
+        return std::nullopt;
+    return annotationsOf(context->entity(entityName(), std::move(predicate), "annotationCreationDate", true, 0));
+}
+
+std::shared_ptr<TNAnnotation> TNAnnotation::annotationWithUUID(std::u16string_view uuid, TextArgument assetID, KCManagedObjectContext* context)
+{
+    return lastOf(annotationsForPredicate(predicateForAnnotationWithUUID(uuid, assetID), context));
+}
+
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForAssetID(std::u16string_view assetID, bool includingDeleted, KCManagedObjectContext* context)
+{
+    return annotationsForPredicate(predicateForAnnotationsWithAssetID(assetID, includingDeleted), context);
+}
+
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithAssetIDInList(const KCArray& assetIDs, bool includingDeleted, KCManagedObjectContext* context)
+{
+    return annotationsForPredicate(predicateForAnnotationsWithAssetIDInList(assetIDs, includingDeleted), context);
+}
+
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithUUIDInList(const KCArray& uuids, TextArgument assetID, KCManagedObjectContext* context)
+{
+    return annotationsForPredicate(predicateForAnnotationsWithUUIDInList(uuids, assetID), context);
+}
+
+std::shared_ptr<TNAnnotation> TNAnnotation::globalAnnotationForAssetID(std::u16string_view assetID, KCManagedObjectContext* context)
+{
+    return lastOf(annotationsForPredicate(predicateForGlobalAnnotationWithAssetID(assetID), context));
+}
+
+KCExpressionDescription TNAnnotation::maxExpressionDescriptionForProperty(const std::string& property, const std::string& expressionName)
+{
+    return KCExpressionDescription(expressionName, "max:", property);
+}
+
+KCExpressionDescription TNAnnotation::maxModificationDateExpressionDescription()
+{
+    auto description = maxExpressionDescriptionForProperty("annotationModificationDate", maxModificationDateColumnName());
+    description.setExpressionResultType(KCAttributeType::Date);
+    return description;
+}
+
+KCExpressionDescription TNAnnotation::maxUserModificationDateExpressionDescription()
+{
+    auto description = maxExpressionDescriptionForProperty("futureProofing6", maxModificationDateColumnName());
+    description.setExpressionResultType(KCAttributeType::Date);
+    return description;
+}
+
+std::optional<std::vector<KCDictionary>> TNAnnotation::dictionaryResultsForAssetsWithPredicate(Predicate predicate, const std::vector<KCPropertyToFetch>& properties, KCManagedObjectContext* context)
+{
+    if (!context)
+        return std::nullopt;
+    KCFetchRequest request(entityName());
+    request.resultType = KCFetchRequestResultType::Dictionary;
+    request.propertiesToFetch = properties;
+    request.returnsDistinctResults = true;
+    request.predicate = std::move(predicate);
+    auto rows = context->executeFetchRequest(request);
+    if (!rows)
+        return std::nullopt;
+    std::vector<KCDictionary> dictionaries;
+    dictionaries.reserve(rows->size());
+    for (const KCValue& row : *rows)
+        dictionaries.push_back(*row.dictionary());
+    return dictionaries;
+}
+
+std::optional<KCDictionary> TNAnnotation::maxModificationDateForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context)
+{
+    if (!context)
+        return std::nullopt;
+    KCFetchRequest request(entityName());
+    request.resultType = KCFetchRequestResultType::Dictionary;
+    // Grouped by the date as well as the book: a book may yield several rows, and the last one read wins.
+    request.propertiesToGroupBy = {"annotationAssetID", "annotationModificationDate"};
+    request.propertiesToFetch = {maxModificationDateExpressionDescription(), std::string("annotationAssetID")};
+    request.returnsDistinctResults = true;
+    request.predicate = std::move(predicate);
+    KCDictionary latest;
+    auto rows = context->executeFetchRequest(request);
+    if (!rows)
+        return latest;
+    for (const KCValue& row : *rows) {
+        const KCValue& book = row["annotationAssetID"];
+        if (book.string())
+            latest.set(book.utf8String(), row[maxModificationDateColumnName()]);
+    }
+    return latest;
+}
+
+std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context)
+{
+    if (!context)
+        return std::nullopt;
+    KCFetchRequest request(entityName());
+    request.resultType = KCFetchRequestResultType::Dictionary;
+    request.returnsDistinctResults = true;
+    request.predicate = std::move(predicate);
+    request.propertiesToGroupBy = {"annotationAssetID", "futureProofing2"};
+    request.propertiesToFetch = {std::string("annotationAssetID"), std::string("futureProofing2")};
+    KCDictionary versions;
+    KCStoreError error;
+    auto rows = context->executeFetchRequest(request, &error);
+    if (!rows) {
+        KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", error.description());
+        return versions;
+    }
+    for (const KCValue& row : *rows) {
+        const KCValue& book = row["annotationAssetID"];
+        if (book.string())
+            versions.set(book.utf8String(), row);
+    }
+    return versions;
+}
+
+std::optional<KCDate> TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(KCManagedObjectContext* context)
+{
+    auto rows = dictionaryResultsForAssetsWithPredicate(KCPredicate::predicateWithValue(true), {maxModificationDateExpressionDescription()}, context);
+    if (!rows || rows->empty())
+        return std::nullopt;
+    return KCValue(rows->back())[maxModificationDateColumnName()].date();
+}

@@ -1,0 +1,165 @@
+#include "TNAnnotationTestSupport.h"
+
+#include "Utilities/KCBundle.h"
+
+#include <nlohmann/json.hpp>
+
+#include <set>
+
+namespace {
+
+using Annotations = TNAnnotation::Annotations;
+
+std::set<std::u16string> uuidsOf(const std::optional<Annotations>& annotations)
+{
+    std::set<std::u16string> uuids;
+    for (const auto& annotation : annotations.value_or(Annotations()))
+        uuids.insert(*annotation->annotationUuid());
+    return uuids;
+}
+
+// Two books: A with a highlight, a deleted highlight, a bookmark, a bookmark
+// without a location, a global record; B with a highlight and a global record
+// that shares a UUID with A's highlight.
+struct Library : TNScratchStore {
+    std::shared_ptr<KCManagedObjectContext> context;
+
+    Library()
+    {
+        context = store->newManagedObjectContext();
+        add(u"A", u"H1", TNAnnotationTypeRange, 0, false, u"loc1");
+        add(u"A", u"H2", TNAnnotationTypeRange, 10, true, u"loc1");
+        add(u"A", u"B1", TNAnnotationTypePageBookmark, 5, false, u"loc2");
+        add(u"A", u"B2", TNAnnotationTypePageBookmark, -1, false, u"loc3");
+        add(u"A", u"GA", TNAnnotationTypeGlobal, 0, false, nullptr);
+        add(u"B", u"H3", TNAnnotationTypeRange, 3, false, u"loc1");
+        add(u"B", u"H1", TNAnnotationTypeGlobal, 0, false, nullptr);
+        EXPECT_TRUE(store->saveManagedObjectContext(*context));
+        context = store->newManagedObjectContext();
+    }
+
+    void add(const char16_t* book, const char16_t* uuid, int32_t type, int64_t start, bool deleted, const char16_t* location)
+    {
+        auto annotation = TNAnnotation::insertAnnotationWithAssetID(std::u16string_view(book), u"me", std::u16string_view(uuid), context.get());
+        annotation->setAnnotationType(type);
+        annotation->setPlLocationRangeStart(start);
+        annotation->setAnnotationDeleted(deleted);
+        if (location)
+            annotation->setAnnotationLocation(std::u16string_view(location));
+    }
+};
+
+TEST(TNAnnotationQueries, LookUpsByIdentityBookKindAndLocation)
+{
+    Library library;
+    KCManagedObjectContext* context = library.context.get();
+    using S = std::set<std::u16string>;
+
+    EXPECT_EQ(TNAnnotation::annotationWithUUID(u"H1", u"B", context)->annotationType(), TNAnnotationTypeGlobal);
+    auto anywhere = TNAnnotation::annotationWithUUID(u"H1", std::nullopt, context);
+    ASSERT_TRUE(anywhere);
+    EXPECT_EQ(anywhere->annotationAssetID(), u"A");  // never the global record
+    EXPECT_FALSE(TNAnnotation::annotationWithUUID(u"GA", std::nullopt, context));
+    EXPECT_FALSE(TNAnnotation::annotationWithUUID(u"H3", u"A", context));
+
+    EXPECT_EQ(uuidsOf(TNAnnotation::annotationsForAssetID(u"A", false, context)), (S {u"H1", u"B1", u"B2", u"GA"}));
+    EXPECT_EQ(uuidsOf(TNAnnotation::annotationsForAssetID(u"A", true, context)).size(), 5u);
+    KCArray books {KCValue(u"A"), KCValue(u"B")};
+    EXPECT_EQ(TNAnnotation::annotationsWithAssetIDInList(books, false, context)->size(), 6u);
+    KCArray uuids {KCValue(u"H1"), KCValue(u"H3"), KCValue(u"GA")};
+    EXPECT_EQ(TNAnnotation::annotationsWithUUIDInList(uuids, std::nullopt, context)->size(), 2u);
+    EXPECT_EQ(uuidsOf(TNAnnotation::annotationsWithUUIDInList(uuids, u"B", context)), (S {u"H1", u"H3"}));
+    EXPECT_EQ(*TNAnnotation::globalAnnotationForAssetID(u"A", context)->annotationUuid(), u"GA");
+    EXPECT_FALSE(TNAnnotation::globalAnnotationForAssetID(u"C", context));
+
+    auto fetch = [&](TNAnnotation::Predicate predicate) { return uuidsOf(TNAnnotation::annotationsForPredicate(predicate, context)); };
+    EXPECT_EQ(fetch(TNAnnotation::predicateForUserAnnotationsWithAssetID(u"A", false)), (S {u"H1", u"B1", u"B2"}));
+    EXPECT_EQ(fetch(TNAnnotation::predicateForUserAnnotationsWithAssetIDInList(books, true)), (S {u"H1", u"H2", u"B1", u"B2", u"H3"}));
+    EXPECT_EQ(fetch(TNAnnotation::predicateForPageBookmarksWithAssetID(u"A")), (S {u"B1"}));
+    EXPECT_EQ(fetch(TNAnnotation::predicateForRangeAnnotationsWithAssetID(u"A")), (S {u"H1"}));
+    EXPECT_EQ(fetch(TNAnnotation::predicateForAnnotationsWithLocation(u"loc1", false)), (S {u"H1", u"H3"}));
+    EXPECT_EQ(fetch(TNAnnotation::predicateForAnnotationsWithLocation(u"loc1", true)), (S {u"H1", u"H2", u"H3"}));
+    EXPECT_EQ(TNAnnotation::annotationsForPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(false), context)->size(), 6u);
+    EXPECT_EQ(TNAnnotation::annotationsForPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), context)->size(), 7u);
+
+    // Sorted by creation date: the latest created comes last.
+    auto all = TNAnnotation::annotationsForAssetID(u"A", true, context);
+    for (size_t i = 1; i < all->size(); ++i)
+        EXPECT_LE(*(*all)[i - 1]->annotationCreationDate(), *(*all)[i]->annotationCreationDate());
+}
+
+TEST(TNAnnotationQueries, LatestModificationsAndVersions)
+{
+    Library library;
+    KCManagedObjectContext* context = library.context.get();
+    EXPECT_FALSE(TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(nullptr));
+    EXPECT_FALSE(TNAnnotation::maxModificationDateForAssetsWithPredicate(nullptr, nullptr));
+    EXPECT_FALSE(TNAnnotation::annotationsForAssetID(u"A", true, nullptr));
+    EXPECT_FALSE(TNAnnotation::annotationWithUUID(u"H1", u"A", nullptr));
+
+    auto h3 = TNAnnotation::annotationWithUUID(u"H3", u"B", context);
+    h3->setAnnotationVersion(u"3.2");
+    h3->updateUserModificationDate();
+    h3->setAnnotationModificationDate(KCDate {2e9});
+    auto b1 = TNAnnotation::annotationWithUUID(u"B1", u"A", context);
+    b1->setAnnotationModificationDate(KCDate {1.5e9});
+    ASSERT_TRUE(library.store->saveManagedObjectContext(*context));
+
+    auto latest = TNAnnotation::maxModificationDateForAssetsWithPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), context);
+    ASSERT_TRUE(latest);
+    EXPECT_EQ(latest->size(), 2u);
+    EXPECT_EQ(*latest->find("A"), KCValue(KCDate {1.5e9}));
+    EXPECT_EQ(*latest->find("B"), KCValue(KCDate {2e9}));
+    EXPECT_EQ(TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(context), KCDate {2e9});
+
+    auto versions = TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), context);
+    ASSERT_TRUE(versions);
+    EXPECT_EQ(*versions->find("B"), KCValue(KCDictionary {{"annotationAssetID", u"B"}, {"futureProofing2", u"3.2"}}));
+
+    auto changed = TNAnnotation::annotationsForPredicate(TNAnnotation::predicateForAnnotationsWithUserModificationDate(), context);
+    EXPECT_EQ(changed->size(), 7u);  // setting the type stamped every user date
+    auto users = TNAnnotation::dictionaryResultsForAssetsWithPredicate(TNAnnotation::predicateForAnnotationsWithAssetID(u"B", true),
+        {TNAnnotation::maxUserModificationDateExpressionDescription()}, context);
+    ASSERT_TRUE(users && users->size() == 1);
+    EXPECT_EQ(KCValue(users->front())["maxModificationDate"].date(), h3->userModificationDate());
+}
+
+TEST(TNAnnotationQueries, EmptyStoreHasNoLatestDate)
+{
+    TNScratchStore scratch;
+    auto context = scratch.store->newManagedObjectContext();
+    EXPECT_FALSE(TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(context.get()));
+    EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(nullptr, context.get())->empty());
+}
+
+// A store written before the spare slots 8 to 12 existed opens with its rows.
+TEST(TNAnnotationQueries, OlderModelVersionMigrates)
+{
+    TNScratchStore scratch;
+    scratch.store.reset();
+    std::filesystem::remove(scratch.path());
+    auto current = KCCommonCoreBundle().resourceData("Annotations", "json");
+    ASSERT_TRUE(current);
+    auto json = nlohmann::json::parse(*current);
+    json["version"] = json["version"].get<int>() - 1;
+    auto& attributes = json["entities"][0]["attributes"];
+    attributes.erase(attributes.end() - 5, attributes.end());
+    {
+        auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCManagedObjectModel::modelWithJSON(json.dump()));
+        ASSERT_TRUE(coordinator->addPersistentStore("SQLite", scratch.url(), {true, true}, nullptr));
+        KCManagedObjectContext context(coordinator);
+        for (const char16_t* uuid : {u"U1", u"U2"})
+            TNAnnotation::insertAnnotationWithAssetID(u"OLD", u"me", std::u16string_view(uuid), &context)->setAnnotationNote(u"kept");
+        ASSERT_TRUE(context.save());
+    }
+    scratch.reopen();
+    ASSERT_TRUE(scratch.store->persistentStore());
+    auto context = scratch.store->newManagedObjectContext();
+    auto annotations = TNAnnotation::annotationsForAssetID(u"OLD", false, context.get());
+    ASSERT_EQ(annotations->size(), 2u);
+    EXPECT_EQ((*annotations)[1]->annotationNote(), u"kept");
+    (*annotations)[1]->setFutureProofing(12, KCValue(u"new slot"));
+    EXPECT_TRUE(scratch.store->saveManagedObjectContext(*context));
+}
+
+} // namespace

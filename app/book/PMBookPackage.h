@@ -1,0 +1,50 @@
+#pragma once
+// The XML documents of an EPUB container: META-INF/container.xml names the
+// package document; the package gives the metadata, the manifest and the
+// spine; META-INF/encryption.xml names the obfuscated resources.
+#include "platform/PMError.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct PMManifestItem {
+    std::string identifier;
+    std::string href;       // as the package writes it
+    std::string path;       // relative to the container's root, decoded ("OEBPS/text/ch1.xhtml")
+    std::string mediaType;
+    std::string properties;
+};
+
+struct PMSpineItem {
+    std::string idref;
+    std::string path;  // the manifest item's path; empty when the idref names no item
+    bool linear = true;
+};
+
+struct PMPackage {
+    std::string uniqueIdentifier;          // the text of the identifier the package names as unique
+    std::vector<std::string> identifiers;  // every identifier, in document order
+    std::string title;
+    std::string creator;
+    std::string language;
+    std::vector<PMManifestItem> manifest;
+    std::vector<PMSpineItem> spine;
+};
+
+struct PMEncryptedResource {
+    std::string path;  // relative to the container's root, decoded
+    std::string algorithm;
+};
+
+// The container-relative path of the first package document.
+std::optional<std::string> PMPackagePathFromContainer(std::string_view containerXML, PMError& error);
+// `packagePath` is where the package lies in the container; hrefs resolve against it.
+std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::string& packagePath, PMError& error);
+// Unparseable or empty documents give no entries (logged).
+std::vector<PMEncryptedResource> PMParseEncryption(std::string_view encryptionXML);
+
+// A relative URL resolved against a directory of the container ("OEBPS/"),
+// decoded and normalised; empty when it has a scheme or leaves the container.
+std::string PMResolveContainerPath(std::string_view baseDirectory, std::string_view href);

@@ -1,0 +1,151 @@
+// Real fonts, obfuscated inside a generated EPUB, served back through the
+// book resource protocol as a page would request them.
+#include "book/PMBook.h"
+#include "resources/PMURLProtocol.h"
+
+#include "PMTestEpub.h"
+#include "platform/testing/PMLogCapture.h"
+#include "platform/testing/PMRecordingMessageConnection.h"
+#include "platform/testing/PMRecordingURLProtocolClient.h"
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+namespace {
+
+const char* const kIDPF = "http://www.idpf.org/2008/embedding";
+const char* const kAdobe = "http://ns.adobe.com/pdf/enc#RC";
+const std::string kFontDirectory = "/usr/share/fonts/truetype/dejavu/";
+
+// The family name FreeType reads from the bytes, or empty when they are no font.
+std::string fontFamily(const std::string& bytes)
+{
+    FT_Library library;
+    if (FT_Init_FreeType(&library) != 0)
+        return {};
+    FT_Face face;
+    std::string family;
+    if (FT_New_Memory_Face(library, reinterpret_cast<const FT_Byte*>(bytes.data()), static_cast<FT_Long>(bytes.size()), 0, &face) == 0) {
+        if (face->family_name && FT_Load_Char(face, 'g', FT_LOAD_RENDER) == 0)
+            family = face->family_name;
+        FT_Done_Face(face);
+    }
+    FT_Done_FreeType(library);
+    return family;
+}
+
+// The first sixteen bytes as the de-obfuscation log line shows them.
+std::string signature(const std::string& font)
+{
+    std::string text;
+    for (size_t i = 0; i < 16; ++i) {
+        char hex[3];
+        std::snprintf(hex, sizeof(hex), "%02x", static_cast<unsigned char>(font[i]));
+        text += (i && i % 4 == 0 ? " " : "") + std::string(hex);
+    }
+    return text;
+}
+
+class PMBookFontTest : public testing::Test {
+protected:
+    void TearDown() override
+    {
+        PMURLProtocol::unregisterPMURLProtocol();
+        PMURLProtocol::setBookContentsPath(std::nullopt);
+        PMURLProtocol::setBookResourceData(std::nullopt);
+        PMURLProtocol::setConnection(nullptr);
+    }
+
+    // Opens the book and configures the protocol as the plug-in's start-up does.
+    std::optional<PMBook> openAndConfigure(const PMTestEpub& epub, const std::string& name = "fonts.epub")
+    {
+        if (!epub.write(m_sandbox.path(name)))
+            return std::nullopt;
+        PMBookOpenOptions options;
+        options.cacheDirectory = m_sandbox.cacheDirectory();
+        PMError error;
+        auto book = PMBook::open(m_sandbox.path(name), options, error);
+        EXPECT_TRUE(book) << error.localizedDescription;
+        if (book) {
+            PMURLProtocol::registerPMURLProtocol();
+            PMURLProtocol::setConnection(m_connection);
+            PMURLProtocol::setBookContentsPath(book->contentsPath());
+            PMURLProtocol::setBookResourceData(book->resourceInformation());
+        }
+        return book;
+    }
+
+    std::string serve(const PMBook& book, const std::string& relativePath)
+    {
+        auto client = std::make_shared<PMRecordingURLProtocolClient>();
+        auto protocol = PMURLProtocolRegistry::shared().startLoading(PMURLRequest(KCURL::fileURLWithPath(book.contentsPath() + relativePath)), client);
+        EXPECT_TRUE(protocol) << relativePath << " was not claimed";
+        auto data = client->loadedData();
+        return data ? std::string(data->begin(), data->end()) : std::string();
+    }
+
+    PMBookSandbox m_sandbox;
+    std::shared_ptr<PMRecordingMessageConnection> m_connection = std::make_shared<PMRecordingMessageConnection>();
+};
+
+TEST_F(PMBookFontTest, EachSchemeServesTheOriginalFont)
+{
+    const std::string sans = PMTestReadFile(kFontDirectory + "DejaVuSans.ttf");
+    const std::string serif = PMTestReadFile(kFontDirectory + "DejaVuSerif.ttf");
+    const std::string mono = PMTestReadFile(kFontDirectory + "DejaVuSansMono.ttf");
+    ASSERT_EQ(fontFamily(sans), "DejaVu Sans");
+
+    PMTestEpub epub;
+    // The unique identifier carries blanks that the obfuscation key leaves out.
+    epub.uniqueIdentifier = "\n  urn:isbn:978 0 306 40615 7\t";
+    const std::string uuid = "urn:uuid:9f1c2a3b-4d5e-6f70-8192-a3b4c5d6e7f8";
+    epub.otherIdentifiers = {uuid};
+    const std::string idpfFont = PMTestObfuscateIDPF(sans, "urn:isbn:9780306406157");
+    const std::string adobeFont = PMTestObfuscateAdobe(serif, uuid);
+    ASSERT_EQ(fontFamily(idpfFont), "");
+    ASSERT_EQ(fontFamily(adobeFont), "");
+    epub.files = {
+        {"OEBPS/fonts/sans.ttf", idpfFont, "font/ttf", "", kIDPF, false},
+        {"OEBPS/fonts/serif.ttf", adobeFont, "font/ttf", "", kAdobe, false},
+        {"OEBPS/fonts/MONO.OTF", PMTestObfuscateIDPF(mono, "urn:isbn:9780306406157"), "font/otf", "", kIDPF, false},
+        {"OEBPS/fonts/plain.ttf", mono, "font/ttf", "", "", false},
+    };
+    auto book = openAndConfigure(epub);
+    ASSERT_TRUE(book);
+
+    PMLogCapture log;
+    std::string servedSans = serve(*book, "/OEBPS/fonts/sans.ttf");
+    EXPECT_TRUE(servedSans == sans);
+    EXPECT_EQ(fontFamily(servedSans), "DejaVu Sans");
+    std::string servedSerif = serve(*book, "/OEBPS/fonts/serif.ttf");
+    EXPECT_TRUE(servedSerif == serif);
+    EXPECT_EQ(fontFamily(servedSerif), "DejaVu Serif");
+    EXPECT_EQ(fontFamily(serve(*book, "/OEBPS/fonts/plain.ttf")), "DejaVu Sans Mono");
+
+    // The upper-case extension is de-obfuscated, but its signature is not logged.
+    EXPECT_TRUE(serve(*book, "/OEBPS/fonts/MONO.OTF") == mono);
+    EXPECT_TRUE(log.contains("XOR concluded for file://" + book->contentsPath() + "/OEBPS/fonts/sans.ttf -- " + kIDPF + " -- [Bytes: " + signature(sans) + "]"));
+    EXPECT_TRUE(log.contains("Going to xor file://" + book->contentsPath() + "/OEBPS/fonts/MONO.OTF"));
+    EXPECT_FALSE(log.contains("XOR concluded for file://" + book->contentsPath() + "/OEBPS/fonts/MONO.OTF"));
+    EXPECT_TRUE(m_connection->sentMessages().empty());
+}
+
+TEST_F(PMBookFontTest, AdobeKeysWithAndWithoutHyphens)
+{
+    const std::string sans = PMTestReadFile(kFontDirectory + "DejaVuSans.ttf");
+    for (const std::string uuid : {"urn:uuid:0123456789abcdef0123456789ABCDEF", "urn:uuid:01234567-89ab-cdef-0123-456789abcdef"}) {
+        PMTestEpub epub;
+        epub.uniqueIdentifier = uuid;
+        epub.files = {{"fonts/a.ttf", PMTestObfuscateAdobe(sans, uuid), "font/ttf", "../fonts/a.ttf", kAdobe, false}};
+        auto book = openAndConfigure(epub, std::to_string(uuid.size()) + ".epub");
+        ASSERT_TRUE(book);
+        std::string served = serve(*book, "/fonts/a.ttf");
+        EXPECT_TRUE(served == sans) << uuid;
+        EXPECT_EQ(fontFamily(served), "DejaVu Sans") << uuid;
+    }
+}
+
+} // namespace

@@ -1,0 +1,65 @@
+#pragma once
+// Writes EPUB files for tests: mimetype, container.xml, a package document
+// with a manifest and spine, encryption.xml, and whatever raw entries a test
+// adds (hostile names, links). Fonts are obfuscated here by code of the
+// test's own, so that the engine's de-obfuscation is checked against it.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct PMTestEpubFile {
+    std::string path;  // relative to the container's root
+    std::string bytes;
+    std::string mediaType;
+    std::string href;                // manifest href; empty: path relative to the package
+    std::string encryptionAlgorithm; // listed in encryption.xml when set
+    bool inSpine = false;
+};
+
+struct PMTestEpubRawEntry {
+    std::string name;
+    std::string bytes;
+    bool symbolicLink = false;
+};
+
+struct PMTestEpub {
+    std::string uniqueIdentifier = "urn:uuid:0f3c8a52-7d1e-4b6a-9c2f-5e8d1a7b3c40";
+    std::vector<std::string> otherIdentifiers;
+    std::string title = "A Test Book";
+    std::string creator = "Test Author";
+    std::string language = "en";
+    std::string packagePath = "OEBPS/content.opf";
+    bool writeContainer = true;
+    std::optional<std::string> packageOverride;  // written instead of the generated package
+    std::vector<PMTestEpubFile> files;
+    std::vector<PMTestEpubRawEntry> rawEntries;
+
+    std::string packageDocument() const;
+    std::string encryptionDocument() const;
+    // False (with a test failure) when libzip cannot write the file.
+    bool write(const std::string& epubPath) const;
+};
+
+// The two obfuscations, written from their descriptions.
+std::string PMTestObfuscateIDPF(std::string font, const std::string& cleanedIdentifier);
+// The key is the UUID's 16 bytes followed by zeros, as long as the UUID's text.
+std::string PMTestObfuscateAdobe(std::string font, const std::string& uuidText);
+
+std::string PMTestReadFile(const std::string& path);
+
+// A private directory for one test, removed afterwards: the EPUB files go in
+// its root, the cache into "cache/".
+class PMBookSandbox {
+public:
+    PMBookSandbox();
+    ~PMBookSandbox();
+    const std::string& root() const { return m_root; }
+    std::string cacheDirectory() const { return m_root + "/cache"; }
+    std::string path(const std::string& name) const { return m_root + "/" + name; }
+    // Every file, directory and link below the root, relative to it, sorted.
+    std::vector<std::string> contents() const;
+
+private:
+    std::string m_root;
+};

@@ -1,0 +1,294 @@
+// pagemoor annotations: adds, lists, changes and queries the annotations of an annotation store file.
+#include "PMCommand.h"
+
+#include "TNAnnotation/TNAnnotation.h"
+#include "TNAnnotation/TNAnnotationStoreDataSource.h"
+#include "Utilities/KCStringConversion.h"
+
+#include <nlohmann/json.hpp>
+
+#include <charconv>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+
+namespace {
+
+const char* const kUsage =
+    "usage: pagemoor annotations --store FILE COMMAND [OPTIONS]\n"
+    "  add --asset ID [--type 1|2|3] [--style N] [--selected TEXT] [--representative TEXT] [--note TEXT]\n"
+    "      [--location LOC] [--range-start N] [--range-end N] [--page P] [--chapter TITLE] [--uuid U]\n"
+    "                                 adds an annotation and prints its UUID\n"
+    "  list --asset ID [--include-deleted] [--json]\n"
+    "  set --uuid U --field NAME --value V\n"
+    "  delete --uuid U                marks the annotation deleted\n"
+    "  latest [--json]                the latest modification date per book and overall\n"
+    "  bookmarks --asset ID           live page bookmarks\n"
+    "  ranges --asset ID              live highlights, underlines and notes\n";
+
+using Options = PMArguments;
+
+std::optional<int64_t> integerOption(const Options& options, const std::string& name, std::string& error)
+{
+    auto text = options.option(name);
+    if (!text)
+        return std::nullopt;
+    int64_t value = 0;
+    auto result = std::from_chars(text->data(), text->data() + text->size(), value);
+    if (result.ec != std::errc() || result.ptr != text->data() + text->size())
+        error = "--" + name + " needs an integer, not '" + *text + "'";
+    return value;
+}
+
+std::optional<std::u16string> textOption(const Options& options, const std::string& name)
+{
+    auto text = options.option(name);
+    return text ? std::optional<std::u16string>(KCUTF16FromUTF8(*text)) : std::nullopt;
+}
+
+nlohmann::ordered_json jsonOf(const KCValue& value)
+{
+    using Kind = KCValue::Kind;
+    switch (value.kind()) {
+    case Kind::Null: return nullptr;
+    case Kind::Boolean: return *value.exactBoolean();
+    case Kind::Integer: return *value.int64Value();
+    case Kind::Unsigned: return *value.uint64Value();
+    case Kind::Double: return *value.doubleValue();
+    case Kind::String: return value.utf8String();
+    case Kind::Date: return value.date()->timeIntervalSinceReferenceDate;  // seconds since 2001-01-01
+    case Kind::Array: {
+        auto array = nlohmann::ordered_json::array();
+        for (const KCValue& item : *value.array())
+            array.push_back(jsonOf(item));
+        return array;
+    }
+    case Kind::Dictionary: {
+        auto object = nlohmann::ordered_json::object();
+        for (const auto& [key, item] : *value.dictionary())
+            object[key] = jsonOf(item);
+        return object;
+    }
+    default: return value.description();
+    }
+}
+
+nlohmann::ordered_json jsonOf(const TNAnnotation& annotation)
+{
+    auto object = nlohmann::ordered_json::object();
+    for (const auto& attribute : annotation.entity()->attributes())
+        object[attribute.name] = jsonOf(annotation.valueForKey(attribute.name));
+    return object;
+}
+
+std::string textOf(const TNAnnotation::Text& text)
+{
+    return text ? KCUTF8FromUTF16(*text) : std::string("-");
+}
+
+void printAnnotations(const TNAnnotation::Annotations& annotations, bool json)
+{
+    if (json) {
+        auto array = nlohmann::ordered_json::array();
+        for (const auto& annotation : annotations)
+            array.push_back(jsonOf(*annotation));
+        std::cout << array.dump(2) << '\n';
+        return;
+    }
+    for (const auto& annotation : annotations) {
+        std::cout << textOf(annotation->annotationUuid()) << "\ttype " << annotation->annotationType() << "\tstyle " << annotation->annotationStyle()
+                  << (annotation->annotationDeleted() ? "\tdeleted" : "") << "\tlocation " << textOf(annotation->annotationLocation())
+                  << "\tstart " << annotation->plLocationRangeStart().value_or(0) << '\t' << textOf(annotation->annotationSelectedText())
+                  << (annotation->annotationHasNote() ? "\tnote: " + textOf(annotation->annotationNote()) : "") << '\n';
+    }
+}
+
+struct Session {
+    std::unique_ptr<TNAnnotationStoreDataSource> store;
+    std::shared_ptr<KCManagedObjectContext> context;
+};
+
+std::optional<Session> openStore(const std::string& path)
+{
+    auto url = KCURL::fileURLWithPath(std::filesystem::absolute(path).lexically_normal().string());
+    if (!url)
+        return std::nullopt;
+    Session session {std::make_unique<TNAnnotationStoreDataSource>(*url), nullptr};
+    session.store->loadObjectStore();
+    if (!session.store->persistentStore())
+        return std::nullopt;
+    session.context = session.store->newManagedObjectContext();
+    return session;
+}
+
+int save(Session& session)
+{
+    return session.store->saveManagedObjectContext(*session.context) ? 0 : PMFail("could not save the annotation store");
+}
+
+int add(Session& session, const Options& options)
+{
+    auto asset = textOption(options, "asset");
+    if (!asset)
+        return PMFail("add needs --asset ID");
+    std::string error;
+    auto type = integerOption(options, "type", error);
+    auto style = integerOption(options, "style", error);
+    auto start = integerOption(options, "range-start", error);
+    auto end = integerOption(options, "range-end", error);
+    if (!error.empty())
+        return PMFail(error);
+    if (type && (*type < 1 || *type > 3))
+        return PMFail("--type is 1 (bookmark), 2 (range) or 3 (global)");
+    auto uuid = textOption(options, "uuid");
+    auto annotation = TNAnnotation::insertAnnotationWithAssetID(*asset, std::nullopt, uuid ? TNAnnotation::TextArgument(*uuid) : std::nullopt, session.context.get());
+    if (!annotation)
+        return PMFail("could not make an annotation");
+    if (type)
+        annotation->setAnnotationType(static_cast<int32_t>(*type));
+    if (style)
+        annotation->setAnnotationStyle(static_cast<int32_t>(*style));
+    const std::pair<const char*, void (TNAnnotation::*)(TNAnnotation::TextArgument)> texts[] = {
+        {"selected", &TNAnnotation::setAnnotationSelectedText}, {"representative", &TNAnnotation::setAnnotationRepresentativeText},
+        {"note", &TNAnnotation::setAnnotationNote}, {"location", &TNAnnotation::setAnnotationLocation},
+        {"page", &TNAnnotation::setPhysicalPageNumber}, {"chapter", &TNAnnotation::setChapterTitle}};
+    for (const auto& [name, setter] : texts) {
+        if (auto text = textOption(options, name))
+            (annotation.get()->*setter)(*text);
+    }
+    if (start)
+        annotation->setPlLocationRangeStart(*start);
+    if (end)
+        annotation->setPlLocationRangeEnd(*end);
+    if (int status = save(session))
+        return status;
+    std::cout << textOf(annotation->annotationUuid()) << '\n';
+    return 0;
+}
+
+std::shared_ptr<TNAnnotation> annotationNamed(Session& session, const Options& options)
+{
+    auto uuid = textOption(options, "uuid");
+    return uuid ? TNAnnotation::annotationWithUUID(*uuid, std::nullopt, session.context.get()) : nullptr;
+}
+
+// Fields set from the command line, through the record's own setters so that dates are stamped.
+int setField(Session& session, const Options& options)
+{
+    auto annotation = annotationNamed(session, options);
+    auto field = options.option("field");
+    auto value = options.option("value");
+    if (!annotation)
+        return PMFail("set needs the --uuid of an annotation in the store");
+    if (!field || !value)
+        return PMFail("set needs --field NAME and --value V");
+    TNAnnotation& a = *annotation;
+    std::u16string text = KCUTF16FromUTF8(*value);
+    int64_t number = 0;
+    auto parsed = std::from_chars(value->data(), value->data() + value->size(), number);
+    bool isNumber = parsed.ec == std::errc() && parsed.ptr == value->data() + value->size();
+    bool flag = *value == "1" || *value == "true" || *value == "yes";
+    using Setter = std::function<void()>;
+    const std::pair<const char*, Setter> textFields[] = {
+        {"annotationNote", [&] { a.setAnnotationNote(text); }}, {"annotationLocation", [&] { a.setAnnotationLocation(text); }},
+        {"annotationSelectedText", [&] { a.setAnnotationSelectedText(text); }}, {"annotationRepresentativeText", [&] { a.setAnnotationRepresentativeText(text); }},
+        {"plStorageUUID", [&] { a.setPlStorageUUID(text); }}, {"physicalPageNumber", [&] { a.setPhysicalPageNumber(text); }},
+        {"annotationVersion", [&] { a.setAnnotationVersion(text); }}, {"assetVersion", [&] { a.setAssetVersion(text); }},
+        {"chapterTitle", [&] { a.setChapterTitle(text); }},
+        {"annotationDeleted", [&] { a.setAnnotationDeleted(flag); }}, {"annotationIsUnderline", [&] { a.setAnnotationIsUnderline(flag); }}};
+    const std::pair<const char*, Setter> numberFields[] = {
+        {"annotationStyle", [&] { a.setAnnotationStyle(static_cast<int32_t>(number)); }}, {"annotationType", [&] { a.setAnnotationType(static_cast<int32_t>(number)); }},
+        {"plLocationRangeStart", [&] { a.setPlLocationRangeStart(number); }}, {"plLocationRangeEnd", [&] { a.setPlLocationRangeEnd(number); }}};
+    bool done = false;
+    for (const auto& [name, setter] : textFields) {
+        if (*field == name) {
+            setter();
+            done = true;
+        }
+    }
+    for (const auto& [name, setter] : numberFields) {
+        if (*field == name) {
+            if (!isNumber)
+                return PMFail("--value of " + *field + " must be an integer");
+            setter();
+            done = true;
+        }
+    }
+    if (!done && field->starts_with("futureProofing")) {
+        int slot = 0;
+        auto result = std::from_chars(field->data() + 14, field->data() + field->size(), slot);
+        if (result.ec == std::errc() && result.ptr == field->data() + field->size() && slot >= 1 && slot <= 12) {
+            a.setFutureProofing(slot, KCValue(text));
+            done = true;
+        }
+    }
+    if (!done)
+        return PMFail("unknown or read-only field '" + *field + "'");
+    return save(session);
+}
+
+int latest(Session& session, bool json)
+{
+    auto perBook = TNAnnotation::maxModificationDateForAssetsWithPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), session.context.get());
+    auto overall = TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(session.context.get());
+    KCDictionary books = perBook.value_or(KCDictionary());
+    if (json) {
+        nlohmann::ordered_json out {{"books", jsonOf(KCValue(books))}, {"overall", overall ? nlohmann::ordered_json(overall->timeIntervalSinceReferenceDate) : nlohmann::ordered_json()}};
+        std::cout << out.dump(2) << '\n';
+        return 0;
+    }
+    for (const auto& [book, date] : books)
+        std::cout << book << '\t' << date.description() << '\n';
+    std::cout << "overall\t" << (overall ? KCValue(*overall).description() : std::string("-")) << '\n';
+    return 0;
+}
+
+int runAnnotations(const std::vector<std::string>& args)
+{
+    Options options(args, {"store", "asset", "type", "style", "selected", "representative", "note", "location", "range-start", "range-end",
+                              "page", "chapter", "uuid", "field", "value"});
+    if (options.error())
+        return PMFail(*options.error());
+    auto unknown = options.unknownNames({"include-deleted", "json"});
+    if (!unknown.empty())
+        return PMFail("unknown option " + unknown.front());
+    if (options.positionals().size() != 1)
+        return PMFail(std::string("annotations needs one command\n") + kUsage);
+    auto path = options.option("store");
+    if (!path)
+        return PMFail("annotations needs --store FILE");
+    const std::string& command = options.positionals()[0];
+    static const char* const commands[] = {"add", "list", "set", "delete", "latest", "bookmarks", "ranges"};
+    if (std::find(std::begin(commands), std::end(commands), command) == std::end(commands))
+        return PMFail("unknown annotations command '" + command + "'");
+    auto session = openStore(*path);
+    if (!session)
+        return PMFail("could not open the annotation store " + *path);
+
+    bool json = options.flag("json");
+    auto asset = textOption(options, "asset");
+    if (command == "add")
+        return add(*session, options);
+    if (command == "set")
+        return setField(*session, options);
+    if (command == "delete") {
+        auto annotation = annotationNamed(*session, options);
+        if (!annotation)
+            return PMFail("delete needs the --uuid of an annotation in the store");
+        annotation->setAnnotationDeleted(true);
+        return save(*session);
+    }
+    if (command == "latest")
+        return latest(*session, json);
+    if (!asset)
+        return PMFail(command + " needs --asset ID");
+    TNAnnotation::Predicate predicate = command == "list" ? TNAnnotation::predicateForAnnotationsWithAssetID(*asset, options.flag("include-deleted"))
+        : command == "bookmarks"                        ? TNAnnotation::predicateForPageBookmarksWithAssetID(*asset)
+                                                        : TNAnnotation::predicateForRangeAnnotationsWithAssetID(*asset);
+    printAnnotations(TNAnnotation::annotationsForPredicate(predicate, session->context.get()).value_or(TNAnnotation::Annotations()), json);
+    return 0;
+}
+
+PMCommandRegistration registration({"annotations", "add, list and query the annotations of an annotation store", kUsage, runAnnotations});
+
+} // namespace

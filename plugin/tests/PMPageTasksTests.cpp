@@ -1,0 +1,235 @@
+#include "PMPNGEncoder.h"
+#include "PMPlugInTestSupport.h"
+#include "Search/KCDocumentFragmentFilter.h"
+#include "Search/KCSearchFolding.h"
+#include "testing/PMFakeDOM.h"
+
+#include <cairo.h>
+#include <cstring>
+
+namespace {
+
+class PMPageTextTest : public PMPlugInTest {
+protected:
+    void SetUp() override
+    {
+        PMPlugInTest::SetUp();
+        frame()->setDocument(document);
+    }
+    // Runs a task at load finished and answers its reply body.
+    KCValue runTask(int64_t task, KCDictionary extra = {})
+    {
+        size_t before = connection().sentMessages().size();
+        prepare(task, 21, std::move(extra));
+        page()->play(PMFakeLoadStep::loadFinished());
+        auto replies = connection().sentMessages();
+        EXPECT_EQ(replies.size(), before + 1);
+        return replies.size() == before + 1 ? replies.back().body : KCValue();
+    }
+    KCArray contextsFor(std::u16string_view search)
+    {
+        KCValue body = runTask(PMPlugInTaskSearchContext, {{PMEpubWebProcessPlugInObjectSearchString, search}});
+        EXPECT_EQ(body[PMEpubWebProcessPlugInObjectDocumentIndex], KCValue(21u));
+        const KCArray* contexts = body[PMEpubWebProcessPlugInObjectContextArray].array();
+        return contexts ? *contexts : KCArray {};
+    }
+    static KCValue context(uint64_t location, uint64_t length, std::u16string_view sentence)
+    {
+        return KCDictionary {{"rangeLocation", location}, {"rangeLength", length}, {"context", sentence}};
+    }
+
+    std::shared_ptr<PMFakeDocument> document = std::make_shared<PMFakeDocument>();
+    std::shared_ptr<PMFakeDOMNode> body = PMFakeDOMNode::element(u"BODY");
+};
+
+TEST_F(PMPageTextTest, RubyTextIsLeftOutOfThePageText)
+{
+    auto ruby = PMFakeDOMNode::element(u"ruby", PMFakeDOMNode::element(u"p", body));
+    document->appendRun(u"Kanji ", body);
+    document->appendRun(u"漢", ruby);
+    document->appendRun(u"かん", PMFakeDOMNode::element(u"rt", ruby));
+    document->appendRun(u"字", ruby);
+    document->appendRun(u"じ", PMFakeDOMNode::element(u"span", PMFakeDOMNode::element(u"rt", ruby)));
+    document->appendRun(u"[RT]", PMFakeDOMNode::element(u"RT", ruby));  // not ruby text: the name is compared exactly
+    EXPECT_EQ(plugIn->iteratedText(), u"Kanji 漢字[RT]");
+}
+
+TEST_F(PMPageTextTest, BloomFilterArchiveHoldsTheFoldedTextsWindows)
+{
+    document->appendRun(u"Call me Ishmael. ", body);
+    document->appendRun(u"ignored reading", PMFakeDOMNode::element(u"rt", body));
+    document->appendRun(u"Ｓome years ago — never mind how long PRÉCISELY.", body);
+    KCValue reply = runTask(PMPlugInTaskBloomFilter);
+    EXPECT_EQ(reply[PMEpubWebProcessPlugInObjectDocumentIndex], KCValue(21u));
+    const KCData* archive = reply[PMEpubWebProcessPlugInObjectBloomFilter].data();
+    ASSERT_TRUE(archive);
+    auto decoded = KCDocumentFragmentFilter::unarchivedFilter(*archive);
+    ASSERT_TRUE(decoded);
+
+    std::u16string folded = StringCopyFlattenedForSearch(u"Call me Ishmael. Ｓome years ago — never mind how long PRÉCISELY.");
+    KCDocumentFragmentFilter direct(folded, {{static_cast<int64_t>(folded.size()), 1.0, 1}, 4});
+    EXPECT_EQ(decoded->specification(), direct.specification());
+    const auto& a = decoded->filter().bitVector();
+    const auto& b = direct.filter().bitVector();
+    ASSERT_EQ(a.byteCount, b.byteCount);
+    EXPECT_EQ(std::memcmp(a.bytes, b.bytes, a.byteCount), 0);
+    EXPECT_TRUE(decoded->mightContainFragment(StringCopyFlattenedForSearch(u"PRECISELY")));
+}
+
+TEST_F(PMPageTextTest, AnEmptyBodyGivesAnEmptyFilterAndNoContexts)
+{
+    KCValue reply = runTask(PMPlugInTaskBloomFilter);
+    auto decoded = KCDocumentFragmentFilter::unarchivedFilter(*reply[PMEpubWebProcessPlugInObjectBloomFilter].data());
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->specification().bloomFilterSpecification.expectedNumberOfInsertions, 0);
+    EXPECT_TRUE(contextsFor(u"whale").empty());
+}
+
+TEST_F(PMPageTextTest, SearchContextsArePerSentence)
+{
+    document->appendRun(u"The whale, the WHALE! ", body);
+    document->appendRun(u"ホエール", PMFakeDOMNode::element(u"rt", body));
+    document->appendRun(u"Where is the wha", body);
+    document->appendRun(u"le? A white wha. Le whale.", body);
+    KCArray contexts = contextsFor(u"Whale");
+    const std::u16string first = u"The whale, the WHALE! ";
+    const std::u16string second = u"Where is the whale? ";
+    const std::u16string fourth = u"Le whale.";
+    EXPECT_EQ(contexts, (KCArray {context(4, 5, first), context(15, 5, first), context(13, 5, second), context(3, 5, fourth)}));
+
+    EXPECT_TRUE(contextsFor(u"ホエール").empty());
+    EXPECT_TRUE(contextsFor(u"wha. le").empty());  // crosses a sentence boundary
+}
+
+TEST_F(PMPageTextTest, SearchContextsIgnoreOnlyCase)
+{
+    document->appendRun(u"Crème brûlée. CRÈME BRÛLÉE. Creme brulee.", body);
+    KCArray contexts = contextsFor(u"crème");
+    ASSERT_EQ(contexts.size(), 2u);
+    EXPECT_EQ(contexts[1], context(0, 5, u"CRÈME BRÛLÉE. "));
+}
+
+TEST_F(PMPageTextTest, AnEmptySearchStringGivesAnEmptyArray)
+{
+    document->appendRun(u"A whale.", body);
+    EXPECT_TRUE(contextsFor(u"").empty());
+}
+
+TEST(PMPageTextConversionTest, NewlinesBecomeBlanks)
+{
+    EXPECT_EQ(PMEpubWebProcessPlugIn::convertNewlineCharacterSetToSpaceInString(u"a\nb\r\nc\u2028d\u0085e\tf"), u"a b  c d e\tf");
+    EXPECT_EQ(PMEpubWebProcessPlugIn::convertNewlineCharacterSetToSpaceInString(u"plain"), u"plain");
+}
+
+// MARK: Snapshots
+
+PMImage solidImage(int width, int height, uint32_t argb)
+{
+    PMImage image {width, height, static_cast<size_t>(width) * 4 + 8, {}};
+    image.pixels.resize(image.bytesPerRow * static_cast<size_t>(height));
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            std::memcpy(&image.pixels[static_cast<size_t>(y) * image.bytesPerRow + static_cast<size_t>(x) * 4], &argb, 4);
+    return image;
+}
+
+struct PNGReader {
+    const KCData& data;
+    size_t offset = 0;
+    static cairo_status_t read(void* closure, unsigned char* out, unsigned int length)
+    {
+        auto* reader = static_cast<PNGReader*>(closure);
+        if (reader->data.size() - reader->offset < length)
+            return CAIRO_STATUS_READ_ERROR;
+        std::memcpy(out, reader->data.data() + reader->offset, length);
+        reader->offset += length;
+        return CAIRO_STATUS_SUCCESS;
+    }
+};
+
+class PMSnapshotTest : public PMPlugInTest {
+protected:
+    // Asks for a snapshot and answers the reply body.
+    KCValue snapshot(KCDictionary extra)
+    {
+        extra.set(PMEpubWebProcessPlugInMessageSnapshotSize, u"{200, 300}");
+        prepare(PMPlugInTaskSnapshot, 5, std::move(extra));
+        page()->play({PMFakeLoadStep::loadFinished(), PMFakeLoadStep::firstLayout()});
+        runLoop.advanceBy(0.1);
+        auto replies = sent(PMEpubWebProcessPlugInMessageSnapshotTask);
+        EXPECT_FALSE(replies.empty());
+        return replies.empty() ? KCValue() : replies.back().body;
+    }
+    void declareViewport(std::u16string_view content)
+    {
+        giveScriptContext(u"var document = { querySelectorAll: function() { return [{ getAttribute: function() { return '"
+            + std::u16string(content) + u"'; } }]; }, getElementsByTagName: function() { return [{ style: {} }]; } };");
+    }
+};
+
+TEST_F(PMSnapshotTest, TheImageCoversTheRequestedSize)
+{
+    frame()->setContentBounds({{0, 0}, {800, 1000}});
+    frame()->setSnapshotImage(solidImage(240, 300, 0xFF336699));
+    KCValue body = snapshot({});
+    ASSERT_EQ(frame()->snapshotRequests().size(), 1u);
+    EXPECT_EQ(frame()->snapshotRequests()[0].rect, (KCRect {{0, 0}, {800, 1000}}));
+    EXPECT_DOUBLE_EQ(frame()->snapshotRequests()[0].scale, 0.3);
+    EXPECT_EQ(body[PMEpubWebProcessPlugInObjectDocumentIndex], KCValue(5u));
+
+    const KCData* png = body[PMEpubWebProcessPlugInMessageSnapshotData].data();
+    ASSERT_TRUE(png);
+    PNGReader reader {*png};
+    cairo_surface_t* surface = cairo_image_surface_create_from_png_stream(PNGReader::read, &reader);
+    ASSERT_EQ(cairo_surface_status(surface), CAIRO_STATUS_SUCCESS);
+    EXPECT_EQ(cairo_image_surface_get_width(surface), 240);
+    EXPECT_EQ(cairo_image_surface_get_height(surface), 300);
+    uint32_t pixel;
+    std::memcpy(&pixel, cairo_image_surface_get_data(surface) + 7 * cairo_image_surface_get_stride(surface) + 4 * 11, 4);
+    EXPECT_EQ(pixel, 0xFF336699u);
+    cairo_surface_destroy(surface);
+}
+
+TEST_F(PMSnapshotTest, TheDeclaredViewportReplacesTheBounds)
+{
+    frame()->setContentBounds({{0, 0}, {800, 1000}});
+    declareViewport(u"width=600, height=800");
+    snapshot({{PMEpubWebProcessPlugInMessageSnapshotViewportOnly, true}});
+    EXPECT_EQ(frame()->snapshotRequests().back().rect, (KCRect {{0, 0}, {600, 800}}));
+    EXPECT_DOUBLE_EQ(frame()->snapshotRequests().back().scale, 300.0 / 800);
+
+    // The device's width is the requested width.
+    declareViewport(u"width=device-width, height=800");
+    snapshot({});
+    EXPECT_EQ(frame()->snapshotRequests().back().rect, (KCRect {{0, 0}, {200, 800}}));
+
+    // Nothing declared: the content bounds stay.
+    declareViewport(u"initial-scale=1");
+    snapshot({});
+    EXPECT_EQ(frame()->snapshotRequests().back().rect, (KCRect {{0, 0}, {800, 1000}}));
+}
+
+TEST_F(PMSnapshotTest, WithoutAnImageTheReplyStillCarriesTheIndex)
+{
+    frame()->setContentBounds({{0, 0}, {800, 1000}});
+    EXPECT_EQ(snapshot({}), KCValue(KCDictionary {{PMEpubWebProcessPlugInObjectDocumentIndex, 5u}}));
+
+    // Degenerate bounds make no snapshot request at all.
+    frame()->setContentBounds({{0, 0}, {0, 0}});
+    EXPECT_EQ(snapshot({}), KCValue(KCDictionary {{PMEpubWebProcessPlugInObjectDocumentIndex, 5u}}));
+    EXPECT_EQ(frame()->snapshotRequests().size(), 1u);
+}
+
+TEST(PMPNGEncoderTest, ImagesWhoseSizeAndPixelsDisagreeAreRefused)
+{
+    EXPECT_TRUE(PMPNGDataFromImage(solidImage(3, 2, 0)));
+    PMImage shortRows = solidImage(3, 2, 0);
+    shortRows.bytesPerRow = 8;
+    EXPECT_FALSE(PMPNGDataFromImage(shortRows));
+    PMImage missingPixels = solidImage(3, 2, 0);
+    missingPixels.pixels.resize(10);
+    EXPECT_FALSE(PMPNGDataFromImage(missingPixels));
+    EXPECT_FALSE(PMPNGDataFromImage(PMImage {}));
+}
+
+} // namespace

@@ -1,0 +1,96 @@
+#include "PMPlugInTestSupport.h"
+#include "PMScriptBridge.h"
+#include "PMViewportAttributes.h"
+
+namespace {
+
+// Just enough of a document for the viewport script: one viewport meta
+// element with the given content (none for null) and the root element's style.
+constexpr std::u16string_view kFakeDocumentScript = uR"(
+    var rootStyle = {};
+    function makeDocument(content) {
+        document = {
+            querySelectorAll: function(selector) {
+                if (selector !== 'meta[name=viewport]' || content === null)
+                    return [];
+                return [{ getAttribute: function(name) { return name === 'content' ? content : null; } }];
+            },
+            getElementsByTagName: function(tag) { return tag === 'html' ? [{ style: rootStyle }] : []; }
+        };
+    })";
+
+class PMViewportAttributesTest : public PMPlugInTest {
+protected:
+    std::optional<PMViewportAttributes> attributesForContent(std::u16string_view content)
+    {
+        context = giveScriptContext(kFakeDocumentScript);
+        context->evaluate(u"makeDocument('" + std::u16string(content) + u"')");
+        return PMViewportAttributes::viewportAttributesWithJavaScriptResult(executeJavaScriptInPage(PMViewportAttributes::javaScript(), *page()));
+    }
+    std::u16string rootStyle(std::u16string_view property)
+    {
+        return *context->toString(context->evaluate(u"rootStyle." + std::u16string(property)));
+    }
+    std::shared_ptr<PMJSCScriptContext> context;
+};
+
+TEST_F(PMViewportAttributesTest, DeclaredSizesAreReadAndPinTheRootElement)
+{
+    auto attributes = attributesForContent(u"width=768, height=1024, initial-scale=1");
+    ASSERT_TRUE(attributes);
+    EXPECT_EQ(attributes->width(), 768.0);
+    EXPECT_EQ(attributes->height(), 1024.0);
+    EXPECT_EQ(attributes->viewportSizeForOuterSize({300, 400}), (KCSize {768, 1024}));
+    EXPECT_EQ(rootStyle(u"width"), u"768px");
+    EXPECT_EQ(rootStyle(u"height"), u"1024px");
+
+    attributes = attributesForContent(u"width = 12345, height=600.5");
+    ASSERT_TRUE(attributes);
+    EXPECT_EQ(attributes->width(), 10000.0);
+    EXPECT_EQ(attributes->height(), 600.5);
+}
+
+TEST_F(PMViewportAttributesTest, DeviceSizesGiveTheOuterSize)
+{
+    auto attributes = attributesForContent(u"width=device-width, height=device-height");
+    ASSERT_TRUE(attributes);
+    EXPECT_EQ(attributes->width(), kPMViewportAttributesDevice);
+    EXPECT_EQ(attributes->height(), kPMViewportAttributesDevice);
+    EXPECT_EQ(attributes->viewportSizeForOuterSize({300, 400}), (KCSize {300, 400}));
+    EXPECT_EQ(rootStyle(u"width"), u"NaNpx");
+}
+
+TEST_F(PMViewportAttributesTest, ADeclarationTheScriptCannotReadBuildsNothing)
+{
+    PMLogCapture log;
+    // The width pattern needs at least two digits.
+    EXPECT_FALSE(attributesForContent(u"width=7, height=600"));
+    EXPECT_TRUE(log.contains("JavaScript exception: TypeError"));
+    EXPECT_FALSE(attributesForContent(u"width=768"));
+    EXPECT_EQ(context->exception(), nullptr);
+}
+
+TEST(PMViewportAttributesJSONTest, ClampsAndMarkers)
+{
+    auto read = [](std::u16string_view json) { return PMViewportAttributes::viewportAttributesWithJavaScriptResult(std::u16string(json)); };
+    auto attributes = read(uR"({"width":"0","height":"-5"})");
+    ASSERT_TRUE(attributes);
+    EXPECT_EQ(attributes->width(), 1.0);
+    EXPECT_EQ(attributes->height(), kPMViewportAttributesNoValue);
+    EXPECT_EQ(attributes->viewportSizeForOuterSize({300, 400}), (KCSize {1, 400}));
+
+    attributes = read(uR"({"width":800,"height":0.25,"depth":"9"})");
+    ASSERT_TRUE(attributes);
+    EXPECT_EQ(attributes->width(), 800.0);
+    EXPECT_EQ(attributes->height(), 1.0);
+
+    attributes = read(uR"({"width":"abc","height":"1e9"})");
+    ASSERT_TRUE(attributes);
+    EXPECT_EQ(attributes->viewportSizeForOuterSize({300, 400}), (KCSize {1, 10000}));
+
+    EXPECT_FALSE(read(u""));
+    EXPECT_FALSE(read(u"undefined"));
+    EXPECT_FALSE(PMViewportAttributes::viewportAttributesWithJavaScriptResult(std::nullopt));
+}
+
+} // namespace

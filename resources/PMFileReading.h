@@ -1,0 +1,11 @@
+#pragma once
+// Whole-file reads for the resource protocol: one buffer, one piece.
+#include "platform/PMError.h"
+#include "Utilities/KCValue.h"
+
+#include <optional>
+#include <string>
+
+// The file's bytes, or nothing with the reason in `error` (a directory, a
+// missing or unreadable file).
+std::optional<KCData> PMReadWholeFile(const std::string& path, PMError& error);
