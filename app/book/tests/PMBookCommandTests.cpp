@@ -1,27 +1,17 @@
 // The info and resource commands of the pagemoor program, run as a person would.
 #include "PMTestEpub.h"
+#include "tests/PMProgramRunner.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <cstdlib>
 #include <fstream>
-#include <sys/wait.h>
 
 namespace {
 
-struct Outcome {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-Outcome pagemoor(const PMBookSandbox& sandbox, const std::string& arguments)
+PMProgramResult pagemoor(const PMBookSandbox& sandbox, const std::string& arguments)
 {
-    std::string command = std::string(PAGEMOOR_EXECUTABLE) + " " + arguments + " --cache-dir '" + sandbox.cacheDirectory() + "' >'"
-        + sandbox.path("stdout") + "' 2>'" + sandbox.path("stderr") + "'";
-    int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, PMTestReadFile(sandbox.path("stdout")), PMTestReadFile(sandbox.path("stderr"))};
+    return PMRunPagemoor(arguments + " --cache-dir '" + sandbox.cacheDirectory() + "'");
 }
 
 class PMBookCommandTest : public testing::Test {
@@ -46,7 +36,7 @@ protected:
 
 TEST_F(PMBookCommandTest, ResourceServesDeobfuscatedBytes)
 {
-    Outcome toFile = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/fonts/a.ttf -o '" + m_sandbox.path("a.ttf") + "' --json");
+    PMProgramResult toFile = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/fonts/a.ttf -o '" + m_sandbox.path("a.ttf") + "' --json");
     ASSERT_EQ(toFile.status, 0) << toFile.err;
     auto answer = nlohmann::json::parse(toFile.out);
     EXPECT_EQ(answer["mimeType"], "font/ttf");
@@ -55,32 +45,32 @@ TEST_F(PMBookCommandTest, ResourceServesDeobfuscatedBytes)
     EXPECT_TRUE(PMTestReadFile(m_sandbox.path("a.ttf")) == m_font);
     EXPECT_NE(toFile.err.find("Going to xor"), std::string::npos);  // the log goes to standard error
 
-    Outcome toOutput = pagemoor(m_sandbox, "resource " + m_book + " OEBPS/ch1.xhtml");
+    PMProgramResult toOutput = pagemoor(m_sandbox, "resource " + m_book + " OEBPS/ch1.xhtml");
     EXPECT_EQ(toOutput.status, 0);
     EXPECT_EQ(toOutput.out, "<html><body>One</body></html>");
 }
 
 TEST_F(PMBookCommandTest, ResourceErrors)
 {
-    Outcome missing = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/none.css");
+    PMProgramResult missing = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/none.css");
     EXPECT_NE(missing.status, 0);
     EXPECT_NE(missing.err.find("pagemoor: the book has no file at /OEBPS/none.css"), std::string::npos) << missing.err;
 
     // A directory is claimed but cannot be read: the page would get no data and the UI an error.
-    Outcome directory = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/fonts --json");
+    PMProgramResult directory = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/fonts --json");
     EXPECT_NE(directory.status, 0);
     auto answer = nlohmann::json::parse(directory.out);
     EXPECT_EQ(answer["length"], 0);
     EXPECT_TRUE(answer["error"].is_string());
 
-    Outcome usage = pagemoor(m_sandbox, "resource " + m_book);
+    PMProgramResult usage = pagemoor(m_sandbox, "resource " + m_book);
     EXPECT_NE(usage.status, 0);
     EXPECT_NE(usage.err.find("needs a book and a path"), std::string::npos);
 }
 
 TEST_F(PMBookCommandTest, InfoDescribesTheBook)
 {
-    Outcome info = pagemoor(m_sandbox, "info " + m_book + " --json");
+    PMProgramResult info = pagemoor(m_sandbox, "info " + m_book + " --json");
     ASSERT_EQ(info.status, 0) << info.err;
     auto json = nlohmann::json::parse(info.out);
     EXPECT_EQ(json["title"], "A Test Book");
@@ -90,12 +80,12 @@ TEST_F(PMBookCommandTest, InfoDescribesTheBook)
     EXPECT_EQ(json["resources"]["/OEBPS/fonts/a.ttf"]["encryptionAlgorithm"], "http://ns.adobe.com/pdf/enc#RC");
     EXPECT_EQ(json["resources"]["/OEBPS/ch1.xhtml"]["mimeType"], "application/xhtml+xml");
 
-    Outcome text = pagemoor(m_sandbox, "info " + m_book);
+    PMProgramResult text = pagemoor(m_sandbox, "info " + m_book);
     EXPECT_EQ(text.status, 0);
     EXPECT_NE(text.out.find("Title:       A Test Book"), std::string::npos);
 
     std::ofstream(m_sandbox.path("broken.epub")) << "broken";
-    Outcome broken = pagemoor(m_sandbox, "info '" + m_sandbox.path("broken.epub") + "'");
+    PMProgramResult broken = pagemoor(m_sandbox, "info '" + m_sandbox.path("broken.epub") + "'");
     EXPECT_NE(broken.status, 0);
     EXPECT_NE(broken.err.find("is not a readable EPUB archive"), std::string::npos) << broken.err;
 }

@@ -1,0 +1,84 @@
+// pagemoor annotations against a real store file.
+#include "PMProgramRunner.h"
+#include "Utilities/tests/KCTestFiles.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+class AnnotationsCommandTest : public ::testing::Test {
+protected:
+    PMProgramResult run(const std::string& arguments) { return PMRunPagemoor("annotations --store '" + m_store + "' " + arguments); }
+    std::string add(const std::string& arguments)
+    {
+        PMProgramResult added = run("add " + arguments);
+        EXPECT_EQ(added.status, 0) << added.err;
+        return added.out.substr(0, added.out.find('\n'));
+    }
+
+    KCScratchDirectory m_scratch;
+    std::string m_store = m_scratch.file("Annotations.sqlite");
+};
+
+TEST_F(AnnotationsCommandTest, AddListChangeAndDelete)
+{
+    std::string highlight = add("--asset book-1 --type 2 --style 6 --selected 'It was the best of times' --note 'Opening' "
+                                "--location 'epubcfi(/6/4!/4/2)' --range-start 0 --range-end 24 --chapter 'Book the First'");
+    EXPECT_EQ(highlight.size(), 36u);
+    std::string bookmark = add("--asset book-1 --type 1 --location 'epubcfi(/6/8)' --range-start 5");
+    add("--asset book-2 --type 2 --selected 'elsewhere'");
+
+    PMProgramResult list = run("list --asset book-1 --json");
+    ASSERT_EQ(list.status, 0) << list.err;
+    auto annotations = nlohmann::json::parse(list.out);
+    ASSERT_EQ(annotations.size(), 2u);
+    auto byUuid = [&](const std::string& uuid) {
+        for (const auto& annotation : annotations) {
+            if (annotation["annotationUuid"] == uuid)
+                return annotation;
+        }
+        return nlohmann::json();
+    };
+    auto stored = byUuid(highlight);
+    EXPECT_EQ(stored["annotationSelectedText"], "It was the best of times");
+    EXPECT_EQ(stored["annotationNote"], "Opening");
+    EXPECT_EQ(stored["annotationStyle"], 0);  // 6 is kept as underline
+    EXPECT_EQ(stored["annotationIsUnderline"], true);
+
+    EXPECT_EQ(run("set --uuid " + highlight + " --field annotationNote --value Changed").status, 0);
+    EXPECT_EQ(byUuid(highlight).is_null(), false);
+    annotations = nlohmann::json::parse(run("list --asset book-1 --json").out);
+    EXPECT_EQ(byUuid(highlight)["annotationNote"], "Changed");
+
+    PMProgramResult bookmarks = run("bookmarks --asset book-1");
+    EXPECT_NE(bookmarks.out.find(bookmark), std::string::npos);
+    EXPECT_EQ(bookmarks.out.find(highlight), std::string::npos);
+    PMProgramResult ranges = run("ranges --asset book-1");
+    EXPECT_NE(ranges.out.find(highlight), std::string::npos);
+
+    EXPECT_EQ(run("delete --uuid " + highlight).status, 0);
+    EXPECT_EQ(nlohmann::json::parse(run("list --asset book-1 --json").out).size(), 1u);
+    EXPECT_EQ(nlohmann::json::parse(run("list --asset book-1 --include-deleted --json").out).size(), 2u);
+
+    PMProgramResult latest = run("latest");
+    EXPECT_EQ(latest.status, 0);
+    EXPECT_NE(latest.out.find("book-1\t"), std::string::npos);
+    EXPECT_NE(latest.out.find("book-2\t"), std::string::npos);
+    EXPECT_NE(latest.out.find("overall\t"), std::string::npos);
+}
+
+TEST_F(AnnotationsCommandTest, BadInputFailsClearly)
+{
+    EXPECT_NE(run("add --type 2").status, 0);  // no --asset
+    EXPECT_NE(run("add --asset a --type 9").status, 0);
+    EXPECT_NE(run("set --uuid no-such-uuid --field annotationNote --value x").status, 0);
+    EXPECT_NE(run("frob").status, 0);
+
+    KCWriteTestFile(m_store, "this is not a store");
+    PMProgramResult foreign = run("list --asset a");
+    EXPECT_NE(foreign.status, 0);
+    EXPECT_EQ(KCReadTestFile(m_store), "this is not a store");
+}
+
+} // namespace
