@@ -1,5 +1,7 @@
 #include "PMCommand.h"
 
+#include "Utilities/KCLogger.h"
+
 #include <cstdio>
 #include <iostream>
 
@@ -80,6 +82,21 @@ int PMFail(const std::string& message)
     std::cout.flush();
     std::cerr << "pagemoor: " << message << std::endl;
     return 1;
+}
+
+std::optional<int> PMRejectUnknown(const PMArguments& arguments, const std::set<std::string>& flags)
+{
+    if (arguments.error())
+        return PMFail(*arguments.error());
+    if (auto unknown = arguments.unknownNames(flags); !unknown.empty())
+        return PMFail("unknown option " + unknown.front());
+    return std::nullopt;
+}
+
+void PMSendLogToStandardError()
+{
+    KCLogger::sharedLogger()->setAuxPath("/dev/stderr");
+    KCLogger::sharedLogger()->setLogToFileOnly(true);
 }
 
 bool PMPrintUsageIfAsked(const std::vector<std::string>& args, const std::string& usage)

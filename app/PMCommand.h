@@ -45,5 +45,9 @@ const std::map<std::string, PMCommand>& PMRegisteredCommands();
 
 // Prints "pagemoor: message" to standard error and answers the failure status.
 int PMFail(const std::string& message);
+// Fails (with the status) when the arguments did not parse or name a flag that the command does not know.
+std::optional<int> PMRejectUnknown(const PMArguments& arguments, const std::set<std::string>& flags);
+// Sends the log to standard error, so that standard output carries only the answer.
+void PMSendLogToStandardError();
 // Answers true and prints the usage when the arguments ask for help.
 bool PMPrintUsageIfAsked(const std::vector<std::string>& args, const std::string& usage);

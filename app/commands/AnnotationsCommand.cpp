@@ -247,11 +247,8 @@ int runAnnotations(const std::vector<std::string>& args)
 {
     Options options(args, {"store", "asset", "type", "style", "selected", "representative", "note", "location", "range-start", "range-end",
                               "page", "chapter", "uuid", "field", "value"});
-    if (options.error())
-        return PMFail(*options.error());
-    auto unknown = options.unknownNames({"include-deleted", "json"});
-    if (!unknown.empty())
-        return PMFail("unknown option " + unknown.front());
+    if (auto failed = PMRejectUnknown(options, {"include-deleted", "json"}))
+        return *failed;
     if (options.positionals().size() != 1)
         return PMFail(std::string("annotations needs one command\n") + kUsage);
     auto path = options.option("store");

@@ -1,8 +1,7 @@
 // pagemoor info: what a book holds, as the reader sees it after opening it.
-#include "PMCommand.h"
+#include "BookCommandSupport.h"
 
 #include "book/PMBookJSON.h"
-#include "Utilities/KCLogger.h"
 
 #include <iostream>
 
@@ -19,23 +18,16 @@ const char* const kUsage =
 int runInfo(const std::vector<std::string>& args)
 {
     PMArguments arguments(args, {"cache-dir"});
-    if (arguments.error())
-        return PMFail(*arguments.error());
-    if (auto unknown = arguments.unknownNames({"json"}); !unknown.empty())
-        return PMFail("unknown option " + unknown.front());
+    if (auto failed = PMRejectUnknown(arguments, {"json"}))
+        return *failed;
     if (arguments.positionals().size() != 1)
         return PMFail("info needs exactly one book (see pagemoor info --help)");
 
-    // Standard output is for the answer; the log goes to standard error.
-    KCLogger::sharedLogger()->setAuxPath("/dev/stderr");
-    KCLogger::sharedLogger()->setLogToFileOnly(true);
+    PMSendLogToStandardError();
 
-    PMBookOpenOptions options;
-    options.cacheDirectory = arguments.option("cache-dir");
-    PMError error;
-    auto book = PMBook::open(arguments.positionals()[0], options, error);
+    auto book = PMOpenBookArgument(arguments.positionals()[0], arguments);
     if (!book)
-        return PMFail(error.localizedDescription);
+        return 1;
 
     if (arguments.flag("json")) {
         std::cout << PMJSONText(PMBookInfoJSON(*book)) << '\n';

@@ -1,11 +1,10 @@
 // pagemoor resource: serves one file of a book exactly as a page request
 // for it would be served, de-obfuscated fonts included.
-#include "PMCommand.h"
+#include "BookCommandSupport.h"
 
 #include "book/PMBookJSON.h"
 #include "platform/PMURLProtocolRegistry.h"
 #include "resources/PMURLProtocol.h"
-#include "Utilities/KCLogger.h"
 
 #include <cstdio>
 #include <fstream>
@@ -70,22 +69,16 @@ bool writeBytes(const KCData& bytes, const std::optional<std::string>& outputPat
 int runResource(const std::vector<std::string>& args)
 {
     PMArguments arguments(args, {"output", "cache-dir"});
-    if (arguments.error())
-        return PMFail(*arguments.error());
-    if (auto unknown = arguments.unknownNames({"json"}); !unknown.empty())
-        return PMFail("unknown option " + unknown.front());
+    if (auto failed = PMRejectUnknown(arguments, {"json"}))
+        return *failed;
     if (arguments.positionals().size() != 2)
         return PMFail("resource needs a book and a path (see pagemoor resource --help)");
 
-    KCLogger::sharedLogger()->setAuxPath("/dev/stderr");
-    KCLogger::sharedLogger()->setLogToFileOnly(true);
+    PMSendLogToStandardError();
 
-    PMBookOpenOptions options;
-    options.cacheDirectory = arguments.option("cache-dir");
-    PMError error;
-    auto book = PMBook::open(arguments.positionals()[0], options, error);
+    auto book = PMOpenBookArgument(arguments.positionals()[0], arguments);
     if (!book)
-        return PMFail(error.localizedDescription);
+        return 1;
 
     // Configured as the plug-in configures it at start-up.
     auto connection = std::make_shared<ErrorKeepingConnection>();

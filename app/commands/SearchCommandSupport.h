@@ -92,12 +92,3 @@ inline std::optional<std::string> PMParseLibrarySpecification(const PMArguments&
     return std::nullopt;
 }
 
-// Fails with the names that the command does not know, if any.
-inline std::optional<int> PMRejectUnknown(const PMArguments& arguments, const std::set<std::string>& flags)
-{
-    if (arguments.error())
-        return PMFail(*arguments.error());
-    if (auto unknown = arguments.unknownNames(flags); !unknown.empty())
-        return PMFail("unknown option " + unknown.front());
-    return std::nullopt;
-}
