@@ -41,7 +41,14 @@ double readNumber(std::string_view& text)
 
 std::string PMStringFromSize(const KCSize& size)
 {
-    return "{" + numberText(size.width) + ", " + numberText(size.height) + "}";
+    // Appended piece by piece: GCC 12 at -O3 misreads `"{" + std::string` as
+    // an overlapping copy (-Wrestrict).
+    std::string text = "{";
+    text += numberText(size.width);
+    text += ", ";
+    text += numberText(size.height);
+    text += '}';
+    return text;
 }
 
 KCSize PMSizeFromString(std::string_view text)

@@ -1,31 +1,90 @@
-// pagemoor demo: shows what the engine can do on a bundled sample.
+// pagemoor demo: the bundled sample book indexed, searched and drawn
+// through the web engine.
 #include "PMCommand.h"
+#include "PMEngineTasks.h"
+#include "SearchCommandSupport.h"
 
-#include "Utilities/KCFormat.h"
-#include "Utilities/KCLogger.h"
-#include "Utilities/KCValue.h"
+#include "PMBookCache.h"
 
+#include <filesystem>
 #include <iostream>
 
 namespace {
 
-int runDemo(const std::vector<std::string>& args)
+// Ruby readings ("とうだい") are left out of the index and the contexts.
+const char* const kQueries[] = {"lantern", "café", "Zoë", "fog lifted", "とうだい", "lighthouse keeper"};
+
+void printSearch(const PMSearchResult& result)
 {
-    PMArguments arguments(args, {});
+    PMResultWriter out;
+    for (const auto& context : result.contexts) {
+        std::string sentence = context.context;
+        while (!sentence.empty() && (sentence.back() == '\n' || sentence.back() == ' '))
+            sentence.pop_back();
+        out << "    [" << context.documentIndex << " " << context.href << " @" << context.rangeLocation << "+" << context.rangeLength << "] "
+                  << sentence << '\n';
+    }
+    out << "    " << result.contexts.size() << " contexts; " << result.documentsLoaded << " documents loaded, "
+              << result.documentsSkipped << " skipped by the filter\n";
+}
+
+int runDemoCommand(const std::vector<std::string>& args)
+{
+    PMArguments arguments(args, {"output"});
+    if (auto failed = PMRejectUnknown(arguments, {}))
+        return *failed;
     if (!arguments.positionals().empty())
         return PMFail("demo takes no arguments");
+    if (!std::filesystem::exists(PM_SAMPLE_BOOK))
+        return PMFail(std::string("the sample book is missing: ") + PM_SAMPLE_BOOK + " (build the pagemoor target)");
+    if (auto status = PMEnsureDisplay())
+        return *status;
+    PMSeparateResultsFromLogs();
 
-    std::cout << "Pagemoor reading engine demo\n\n";
-    std::cout << "Formatting: " << KCStringWithFormat("%@ has %d chapters, %.2f%% read, id %x", u"Sample Book", 30, 42.5, 0xbeefu) << "\n";
+    PMResultWriter out;
+    out << "Pagemoor reading engine demo\n\nBook: " << PM_SAMPLE_BOOK << '\n';
+    PMError error;
+    auto session = PMEngineSession::open(PM_SAMPLE_BOOK, {600, 800}, error);
+    if (!session)
+        return PMFail(error.localizedDescription);
+    out << "Title: " << session->book->package().title << " (" << session->documentCount() << " spine documents, unpacked in "
+              << session->book->contentsPath() << ")\n\n";
 
-    KCDictionary body {{"task", 1}, {"PMEpubWebProcessPlugInObjectDocumentIndex", 7u}};
-    std::cout << "A task message body:\n" << KCValue(body).description() << "\n\n";
+    out << "Indexing every document with the plug-in's filter task...\n";
+    auto library = PMIndexBook(*session, false, error);
+    if (!library)
+        return PMFail(error.localizedDescription);
+    std::string libraryPath = PMDefaultLibraryPath(*session);
+    if (!PMWriteFileAtomically(libraryPath, KCKeyedArchiver::archivedDataWithRootObject(KCValue(library))))
+        return PMFail("cannot write " + libraryPath);
+    out << "    " << library->documentCount() << " document filters written to " << libraryPath << "\n\n";
 
-    std::cout << "A log line:\n" << std::flush;
-    KCLog("Demo started with %d argument(s)", static_cast<int>(args.size()));
+    for (const char* query : kQueries) {
+        out << "Search \"" << query << "\":\n";
+        auto result = PMSearchBook(*session, library.get(), query, error);
+        if (!result)
+            return PMFail(error.localizedDescription);
+        printSearch(*result);
+    }
+
+    std::string snapshotPath = arguments.option("output").value_or(
+        (std::filesystem::path(PMBookCacheDirectory(std::nullopt)).parent_path() / "pagemoor-demo-snapshot.png").string());
+    out << "\nDrawing document 0 at 600x800 with the snapshot task...\n";
+    auto png = PMSnapshotDocument(*session, 0, {600, 800}, false, error);
+    if (!png)
+        return PMFail(error.localizedDescription);
+    if (!PMWriteFileAtomically(snapshotPath, *png))
+        return PMFail("cannot write " + snapshotPath);
+    out << "    snapshot written to " << snapshotPath << '\n';
     return 0;
 }
 
-PMCommandRegistration registration({"demo", "show what the engine can do on a bundled sample", "usage: pagemoor demo\n", runDemo});
+int runDemo(const std::vector<std::string>& args)
+{
+    PMEndEngineCommand(runDemoCommand(args));
+}
+
+PMCommandRegistration registration({"demo", "index, search and draw the bundled sample book through the web engine",
+    "usage: pagemoor demo [-o SNAPSHOT.png]\n", runDemo});
 
 } // namespace

@@ -49,14 +49,17 @@ JSCValue* nativeOf(const PMScriptValueRef& value)
 }
 
 struct NativeFunctionBox {
-    JSCContext* context;  // the function lives in this context, so it outlives the box's calls
+    JSCContext* context;  // where the function was made; not referenced, as a page's context object may go before its functions
     PMScriptContext::NativeFunction function;
 };
 
 JSCValue* callNativeFunction(GPtrArray* arguments, gpointer data)
 {
     auto* box = static_cast<NativeFunctionBox*>(data);
-    PMJSCScriptContext context(box->context);
+    // The context running the call; the one the function was made in may
+    // have been released by now (a page's context object is short-lived).
+    JSCContext* current = jsc_context_get_current();
+    PMJSCScriptContext context(current ? current : box->context);
     std::vector<PMScriptValueRef> wrapped;
     wrapped.reserve(arguments ? arguments->len : 0);
     for (guint index = 0; arguments && index < arguments->len; ++index)
@@ -64,7 +67,7 @@ JSCValue* callNativeFunction(GPtrArray* arguments, gpointer data)
     PMScriptValueRef result = box->function(context, wrapped);
     if (JSCValue* value = nativeOf(result))
         return static_cast<JSCValue*>(g_object_ref(value));
-    return jsc_value_new_undefined(box->context);
+    return jsc_value_new_undefined(context.context());
 }
 
 } // namespace

@@ -1,0 +1,84 @@
+// pagemoor search: the sentence contexts of a query, loading only the
+// documents that the library filter cannot rule out.
+#include "PMCommand.h"
+#include "PMEngineTasks.h"
+#include "SearchCommandSupport.h"
+
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+
+namespace {
+
+int runSearchCommand(const std::vector<std::string>& args)
+{
+    PMArguments arguments(args, {"library"});
+    if (auto failed = PMRejectUnknown(arguments, {"json", "all"}))
+        return *failed;
+    if (arguments.positionals().size() != 2)
+        return PMFail("search needs an EPUB file and a query");
+    const std::string& query = arguments.positionals()[1];
+    if (query.empty())
+        return PMFail("the query is empty");
+    if (auto status = PMEnsureDisplay())
+        return *status;
+    PMSeparateResultsFromLogs();
+
+    PMError error;
+    auto session = PMEngineSession::open(arguments.positionals()[0], {600, 800}, error);
+    if (!session)
+        return PMFail(error.localizedDescription);
+
+    // --all loads every document, as a search without a filter would.
+    std::shared_ptr<KCLibraryFragmentFilter> library;
+    if (!arguments.flag("all")) {
+        std::string path = arguments.option("library").value_or(PMDefaultLibraryPath(*session));
+        if (std::filesystem::exists(path)) {
+            auto archive = PMReadBinaryFile(path);
+            library = archive ? KCLibraryFragmentFilter::unarchivedFilter(*archive) : nullptr;
+            if (!library)
+                return PMFail(path + " is not an archived library fragment filter");
+        } else {
+            library = PMIndexBook(*session, true, error);
+            if (!library)
+                return PMFail(error.localizedDescription);
+            if (!PMWriteFileAtomically(path, KCKeyedArchiver::archivedDataWithRootObject(KCValue(library))))
+                return PMFail("cannot write " + path);
+        }
+    }
+
+    auto result = PMSearchBook(*session, library.get(), query, error);
+    if (!result)
+        return PMFail(error.localizedDescription);
+    PMResultWriter out;
+    if (arguments.flag("json")) {
+        nlohmann::json contexts = nlohmann::json::array();
+        for (const auto& context : result->contexts) {
+            contexts.push_back({{"documentIndex", context.documentIndex}, {"href", context.href}, {"rangeLocation", context.rangeLocation},
+                {"rangeLength", context.rangeLength}, {"context", context.context}});
+        }
+        out << nlohmann::json {{"query", query}, {"documentsLoaded", result->documentsLoaded},
+            {"documentsSkipped", result->documentsSkipped}, {"contexts", contexts}}.dump(2) << '\n';
+        return 0;
+    }
+    for (const auto& context : result->contexts) {
+        out << context.documentIndex << ' ' << context.href << " rangeLocation " << context.rangeLocation << " rangeLength "
+                  << context.rangeLength << "\n    " << context.context << '\n';
+    }
+    out << result->contexts.size() << " contexts in " << result->documentsLoaded << " documents loaded; "
+              << result->documentsSkipped << " documents skipped\n";
+    return 0;
+}
+
+int runSearch(const std::vector<std::string>& args)
+{
+    PMEndEngineCommand(runSearchCommand(args));
+}
+
+PMCommandRegistration registration({"search", "find a query's sentence contexts in a book through the web engine",
+    "usage: pagemoor search BOOK.epub QUERY [--library LIBRARY] [--all] [--json]\n"
+    "Folds the query, asks the library filter (building it first when missing)\n"
+    "which documents might hold it and loads only those. --all loads every one.\n",
+    runSearch});
+
+} // namespace

@@ -1,0 +1,51 @@
+// pagemoor snapshot: a PNG of one spine document, drawn by the web engine.
+#include "PMCommand.h"
+#include "PMEngineTasks.h"
+#include "SearchCommandSupport.h"
+
+namespace {
+
+int runSnapshotCommand(const std::vector<std::string>& args)
+{
+    PMArguments arguments(args, {"size", "output"});
+    if (auto failed = PMRejectUnknown(arguments, {"viewport-only"}))
+        return *failed;
+    if (arguments.positionals().size() != 2)
+        return PMFail("snapshot needs an EPUB file and a spine index");
+    auto index = PMParseInteger(arguments.positionals()[1]);
+    if (!index || *index < 0)
+        return PMFail("the spine index must be a whole number from 0");
+    auto size = PMParseSize(arguments.option("size").value_or(""));
+    if (!size)
+        return PMFail("--size must be WIDTHxHEIGHT, each from 1 to 8192");
+    auto output = arguments.option("output");
+    if (!output)
+        return PMFail("snapshot needs -o FILE.png");
+    if (auto status = PMEnsureDisplay())
+        return *status;
+    PMSeparateResultsFromLogs();
+
+    PMError error;
+    auto session = PMEngineSession::open(arguments.positionals()[0], *size, error);
+    if (!session)
+        return PMFail(error.localizedDescription);
+    auto png = PMSnapshotDocument(*session, static_cast<size_t>(*index), *size, arguments.flag("viewport-only"), error);
+    if (!png)
+        return PMFail(error.localizedDescription);
+    if (!PMWriteFileAtomically(*output, *png))
+        return PMFail("cannot write " + *output);
+    PMResultWriter out;
+    out << *output << '\n';
+    return 0;
+}
+
+int runSnapshot(const std::vector<std::string>& args)
+{
+    PMEndEngineCommand(runSnapshotCommand(args));
+}
+
+PMCommandRegistration registration({"snapshot", "draw one spine document into a PNG through the web engine",
+    "usage: pagemoor snapshot BOOK.epub INDEX --size WxH [--viewport-only] -o FILE.png\n",
+    runSnapshot});
+
+} // namespace

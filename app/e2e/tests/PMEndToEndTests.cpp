@@ -1,0 +1,285 @@
+// The plug-in inside the real engine: generated books loaded into a web view
+// whose web process runs the extension. Needs a display (xvfb-run -a).
+#include "PMBook.h"
+#include "PMSampleBook.h"
+#include "Search/KCDocumentFragmentFilter.h"
+#include "Search/KCSearchFolding.h"
+#include "Utilities/KCKeyedArchive.h"
+#include "Utilities/KCStringConversion.h"
+#include "host/PMReaderWebView.h"
+
+#include <gdk-pixbuf/gdk-pixbuf.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* kIndexKey = "PMEpubWebProcessPlugInObjectDocumentIndex";
+
+// The page records what the plug-in does to it, for the test to read back.
+const char* const kRecordingScript =
+    "<script>"
+    "var PMDOMCleanup = { didFinishDocumentLoad: function(info) { window.documentLoadInfo = JSON.stringify(info); },"
+    "                     didFinishLoad: function(info) { window.loadInfo = JSON.stringify(info); } };"
+    "function useBridge() {"
+    "  if (typeof PMSearchInsensitively !== 'function') { setTimeout(useBridge, 10); return; }"
+    "  window.searchResults = [PMSearchInsensitively('Un café crème', 'CAFE'), PMSearchInsensitively('abc', 'b', 2),"
+    "                          PMSearchInsensitively('ＦＵＬＬ width', 'full', NaN)].join(',');"
+    "  PMConsoleLog('page says hello');"
+    "}"
+    "window.addEventListener('load', useBridge);"
+    "</script>";
+
+class EndToEnd : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
+            GTEST_SKIP() << "needs a display: run under xvfb-run -a";
+        char pattern[] = "/tmp/pagemoor-e2e-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_root = pattern;
+    }
+    void TearDown() override
+    {
+        m_view.reset();
+        if (!m_root.empty())
+            std::filesystem::remove_all(m_root);
+    }
+
+    // Writes and opens the book and starts a view on it.
+    void open(PMSampleBookOptions options)
+    {
+        std::string epub = m_root + "/book.epub";
+        ASSERT_FALSE(PMWriteSampleBook(options, epub).has_value());
+        PMError error;
+        PMBookOpenOptions openOptions;
+        openOptions.cacheDirectory = m_root + "/cache";
+        auto book = PMBook::open(epub, openOptions, error);
+        ASSERT_TRUE(book) << error.localizedDescription;
+        m_book = std::make_unique<PMBook>(std::move(*book));
+        PMReaderConfiguration configuration;
+        configuration.book = {m_book->contentsPath(), m_book->resourceInformation(), false};
+        configuration.bookInfo = {{"title", u"Harrow"}, {"chapters", 3}};
+        configuration.extensionDirectory = PMWebExtensionDirectory();
+        m_view = PMReaderWebView::create(configuration, error);
+        ASSERT_TRUE(m_view) << error.localizedDescription;
+        m_view->setMessageHandler([this](const std::string& name, const KCValue& body) { m_messages.push_back({name, body}); });
+    }
+
+    std::string chapterURI(size_t index) const
+    {
+        return "file://" + m_book->contentsPath() + "/OEBPS/text/chapter" + std::to_string(index + 1) + ".xhtml";
+    }
+
+    std::optional<KCDictionary> run(KCDictionary body, size_t index, const std::string& reply)
+    {
+        body.set(kIndexKey, static_cast<uint64_t>(index));
+        PMError error;
+        auto result = m_view->runTask(body, chapterURI(index), reply, 20, error);
+        EXPECT_TRUE(result) << error.localizedDescription;
+        return result;
+    }
+
+    size_t count(const std::string& name) const
+    {
+        return static_cast<size_t>(std::count_if(m_messages.begin(), m_messages.end(), [&](const auto& message) { return message.first == name; }));
+    }
+
+    // Lets late messages arrive.
+    void settle(double seconds = 0.5)
+    {
+        m_view->runUntil([] { return false; }, seconds);
+        m_view->clearFailure();
+    }
+
+    std::string m_root;
+    std::unique_ptr<PMBook> m_book;
+    std::unique_ptr<PMReaderWebView> m_view;
+    std::vector<std::pair<std::string, KCValue>> m_messages;
+};
+
+PMSampleBookOptions bookWith(std::vector<PMSampleChapter> chapters, PMFontObfuscation obfuscation = PMFontObfuscation::IDPF)
+{
+    PMSampleBookOptions options;
+    options.chapters = std::move(chapters);
+    options.obfuscation = obfuscation;
+    return options;
+}
+
+class FontObfuscation : public EndToEnd, public ::testing::WithParamInterface<PMFontObfuscation> {};
+
+TEST_P(FontObfuscation, ServesTheClearFontAndThePageUsesIt)
+{
+    open(bookWith({{"Font", "<p>Heather and stone.</p>"}}, GetParam()));
+    ASSERT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
+    auto status = m_view->evaluateScript("document.fonts.ready.then(() => 0), Array.from(document.fonts).map(f => f.family + ':' + f.status).join(',')", 10);
+    // A second look once fonts have settled.
+    m_view->runUntil([&] {
+        status = m_view->evaluateScript("Array.from(document.fonts).map(f => f.family + ':' + f.status).join(',')", 5);
+        return status && status->find("loading") == std::string::npos;
+    }, 10);
+    ASSERT_TRUE(status);
+    EXPECT_EQ(*status, "Sample Serif:loaded");
+
+    // The bytes the book scheme serves are the clear font.
+    auto served = m_view->evaluateScript(
+        "fetch('pmbook://" + m_book->contentsPath() + "/OEBPS/fonts/sample-serif.ttf').then(r => r.arrayBuffer())"
+        ".then(b => { window.served = Array.from(new Uint8Array(b).slice(0, 1100)).join(','); }); 0", 5);
+    m_view->runUntil([&] {
+        served = m_view->evaluateScript("window.served || ''", 5);
+        return served && !served->empty();
+    }, 10);
+    std::ifstream fontFile("/usr/share/fonts/truetype/dejavu/DejaVuSerif.ttf", std::ios::binary);
+    std::string font((std::istreambuf_iterator<char>(fontFile)), std::istreambuf_iterator<char>());
+    std::string expected;
+    for (size_t i = 0; i < 1100; ++i)
+        expected += (i ? "," : "") + std::to_string(static_cast<uint8_t>(font[i]));
+    EXPECT_EQ(served.value_or(""), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(BothSchemes, FontObfuscation, ::testing::Values(PMFontObfuscation::IDPF, PMFontObfuscation::Adobe));
+
+TEST_F(EndToEnd, TextTasksSkipRubyAndFindEveryMatch)
+{
+    open(bookWith({{"Text", "<p>Alpha Café ＦＵＬＬ lantern.</p><p>A lantern is a lantern. <ruby>灯<rt>とう</rt></ruby> end.</p>"}}));
+
+    auto filterReply = run({{"task", 1}}, 0, "PMEpubWebProcessPlugInMessageBloomFilterTask");
+    ASSERT_TRUE(filterReply);
+    const KCData* archive = filterReply->find("PMEpubWebProcessPlugInObjectBloomFilter")->data();
+    ASSERT_NE(archive, nullptr);
+    std::u16string folded = StringCopyFlattenedForSearch(u"Alpha Café ＦＵＬＬ lantern.\nA lantern is a lantern. 灯 end.");
+    auto expected = std::make_shared<KCDocumentFragmentFilter>(folded,
+        KCFragmentFilterSpecification {{static_cast<int64_t>(folded.size()), 1.0, 1}, 4});
+    EXPECT_EQ(*archive, KCKeyedArchiver::archivedDataWithRootObject(KCValue(expected)));
+    auto filter = KCDocumentFragmentFilter::unarchivedFilter(*archive);
+    ASSERT_TRUE(filter);
+    EXPECT_TRUE(filter->mightContainFragment(StringCopyFlattenedForSearch(u"café full")));
+
+    auto contexts = run({{"task", 2}, {"PMEpubWebProcessPlugInObjectSearchString", u"LANTERN"}}, 0, "PMEpubWebProcessPlugInMessageSearchContextTask");
+    ASSERT_TRUE(contexts);
+    const KCArray* array = contexts->find("PMEpubWebProcessPlugInObjectContextArray")->array();
+    ASSERT_NE(array, nullptr);
+    ASSERT_EQ(array->size(), 3u);
+    EXPECT_EQ((*array)[1]["context"], (*array)[2]["context"]);
+    EXPECT_EQ((*array)[1]["rangeLocation"].uint64Value(), 2u);
+    EXPECT_EQ((*array)[2]["rangeLocation"].uint64Value(), 15u);
+    EXPECT_EQ((*array)[2]["rangeLength"].uint64Value(), 7u);
+
+    auto ruby = run({{"task", 2}, {"PMEpubWebProcessPlugInObjectSearchString", u"とう"}}, 0, "PMEpubWebProcessPlugInMessageSearchContextTask");
+    ASSERT_TRUE(ruby);
+    EXPECT_TRUE(ruby->find("PMEpubWebProcessPlugInObjectContextArray")->array()->empty());
+}
+
+TEST_F(EndToEnd, PageTaskSnapshotAndResourceBatches)
+{
+    open(bookWith({{"One", "<p>First page.</p>"}, {"Two", "<h1>Second</h1><p>Second page with more text.</p>"}}));
+    auto page = run({{"task", 3}}, 1, "PMEpubWebProcessPlugInMessagePageTask");
+    ASSERT_TRUE(page);
+    EXPECT_EQ(page->find(kIndexKey)->uint64Value(), 1u);
+    settle();
+    // Document, style sheet and font end as one batch.
+    EXPECT_EQ(count("PMEpubWebProcessPlugInMessageResourceLoadTask"), 1u);
+
+    auto snapshot = run({{"task", 4}, {"PMEpubWebProcessPlugInMessageSnapshotSize", u"{300, 400}"}}, 0, "PMEpubWebProcessPlugInMessageSnapshotTask");
+    ASSERT_TRUE(snapshot);
+    const KCValue* png = snapshot->find("PMEpubWebProcessPlugInMessageSnapshotData");
+    ASSERT_TRUE(png && png->data());
+    GInputStream* stream = g_memory_input_stream_new_from_data(png->data()->data(), static_cast<gssize>(png->data()->size()), nullptr);
+    GdkPixbuf* image = gdk_pixbuf_new_from_stream(stream, nullptr, nullptr);
+    g_object_unref(stream);
+    ASSERT_NE(image, nullptr);
+    // The 600 x 800 page drawn at max(400/800, 300/600) = 0.5.
+    EXPECT_EQ(gdk_pixbuf_get_width(image), 300);
+    EXPECT_EQ(gdk_pixbuf_get_height(image), 400);
+    g_object_unref(image);
+    settle();
+    EXPECT_EQ(count("PMEpubWebProcessPlugInMessageSnapshotTask"), 1u);
+}
+
+TEST_F(EndToEnd, ViewportSnapshotAndNavigationPolicy)
+{
+    open(bookWith({{"Fixed", "<p>Fixed layout.</p><a id=\"store\" href=\"mailto:reader@example.org\">store</a>",
+        "<meta name=\"viewport\" content=\"width=300, height=400\"/>"}}));
+    auto snapshot = run({{"task", 4}, {"PMEpubWebProcessPlugInMessageSnapshotSize", u"{150, 200}"},
+        {"PMEpubWebProcessPlugInMessageSnapshotViewportOnly", true}}, 0, "PMEpubWebProcessPlugInMessageSnapshotTask");
+    ASSERT_TRUE(snapshot);
+    const KCValue* png = snapshot->find("PMEpubWebProcessPlugInMessageSnapshotData");
+    ASSERT_TRUE(png && png->data());
+    GInputStream* stream = g_memory_input_stream_new_from_data(png->data()->data(), static_cast<gssize>(png->data()->size()), nullptr);
+    GdkPixbuf* image = gdk_pixbuf_new_from_stream(stream, nullptr, nullptr);
+    g_object_unref(stream);
+    ASSERT_NE(image, nullptr);
+    // The declared 300 x 400 page at scale 0.5, not the 600-wide view.
+    EXPECT_EQ(gdk_pixbuf_get_width(image), 150);
+    EXPECT_EQ(gdk_pixbuf_get_height(image), 200);
+    g_object_unref(image);
+
+    // A mail link is the reader's to follow; the page stays.
+    std::string followed;
+    m_view->setNavigationHandler([&](const std::string& URI) { followed = URI; });
+    m_view->evaluateScript("document.getElementById('store').click(); 0", 5);
+    m_view->runUntil([&] { return !followed.empty(); }, 5);
+    EXPECT_EQ(followed, "mailto:reader@example.org");
+    EXPECT_EQ(m_view->evaluateScript("location.href", 5), chapterURI(0));
+}
+
+TEST_F(EndToEnd, PageScriptsMeetTheBridge)
+{
+    // The web process logs to the standard output it inherits.
+    std::string logPath = m_root + "/web-process.log";
+    fflush(stdout);
+    int saved = dup(STDOUT_FILENO);
+    FILE* log = fopen(logPath.c_str(), "w");
+    dup2(fileno(log), STDOUT_FILENO);
+    open(bookWith({{"Script", "<p>Scripted page.</p>", kRecordingScript}}));
+    bool answered = run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask").has_value();
+    std::optional<std::string> results;
+    m_view->runUntil([&] {
+        results = m_view->evaluateScript("window.searchResults || ''", 5);
+        return results && !results->empty();
+    }, 10);
+    auto loadInfo = m_view->evaluateScript("window.loadInfo", 5);
+    auto documentLoadInfo = m_view->evaluateScript("window.documentLoadInfo", 5);
+    settle(0.3);
+    fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    fclose(log);
+    ASSERT_TRUE(answered);
+
+    EXPECT_EQ(results.value_or(""), "3,-1,0");
+    EXPECT_EQ(loadInfo.value_or(""), "{\"title\":\"Harrow\",\"chapters\":3}");
+    EXPECT_EQ(documentLoadInfo, loadInfo);
+    std::ifstream logFile(logPath);
+    std::string logText((std::istreambuf_iterator<char>(logFile)), std::istreambuf_iterator<char>());
+    EXPECT_NE(logText.find("page says hello"), std::string::npos) << logText;
+}
+
+TEST_F(EndToEnd, UnreadableBookFileIsReported)
+{
+    open(bookWith({{"Broken", "<p>Picture: <img src=\"../images/broken.png\"/></p>"}}));
+    // Present but unreadable as a file: the protocol claims it and the read fails.
+    std::filesystem::create_directories(m_book->contentsPath() + "/OEBPS/images/broken.png");
+    ASSERT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
+    m_view->runUntil([&] { return count("PluginError") > 0; }, 5);
+    ASSERT_EQ(count("PluginError"), 1u);
+    auto error = std::find_if(m_messages.begin(), m_messages.end(), [](const auto& message) { return message.first == "PluginError"; });
+    EXPECT_NE(error->second.string(), nullptr);
+}
+
+TEST_F(EndToEnd, HardStopEndsTheWebProcess)
+{
+    open(bookWith({{"Stop", "<p>Stop.</p>"}}));
+    m_view->sendMessage("HardStopAndExit", KCValue());
+    EXPECT_TRUE(m_view->runUntil([&] { return m_view->webProcessTerminated(); }, 10));
+    // The next load starts a new web process, with the plug-in in it.
+    m_view->clearFailure();
+    EXPECT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
+}
+
+} // namespace

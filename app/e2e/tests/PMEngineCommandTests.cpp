@@ -1,0 +1,112 @@
+// The engine commands of the pagemoor program, run as a person runs them.
+#include "PMSampleBook.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <sys/wait.h>
+
+namespace {
+
+struct Result {
+    int status = -1;
+    std::string output;
+};
+
+// Standard output only; the engine's logs go to standard error.
+Result pagemoor(const std::string& arguments)
+{
+    Result result;
+    std::string command = std::string(PAGEMOOR_EXECUTABLE) + " " + arguments + " 2>/dev/null";
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe)
+        return result;
+    std::array<char, 4096> buffer {};
+    size_t read;
+    while ((read = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+        result.output.append(buffer.data(), read);
+    int status = pclose(pipe);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+class EngineCommands : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/pagemoor-commands-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_root = pattern;
+        setenv("PAGEMOOR_CACHE_DIR", (m_root + "/cache").c_str(), 1);
+    }
+    void TearDown() override { std::filesystem::remove_all(m_root); }
+
+    std::string write(PMSampleBookOptions options, const std::string& name = "book.epub")
+    {
+        std::string path = m_root + "/" + name;
+        EXPECT_FALSE(PMWriteSampleBook(options, path).has_value());
+        return path;
+    }
+
+    std::string m_root;
+};
+
+TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
+{
+    PMSampleBookOptions options;
+    options.chapters = PMGeneratedChapters(6, 2);
+    std::string book = write(options);
+
+    Result index = pagemoor("index " + book + " -o " + m_root + "/library --json");
+    ASSERT_EQ(index.status, 0) << index.output;
+    EXPECT_EQ(nlohmann::json::parse(index.output)["documents"], 6);
+
+    // The marker of k = 1 is only in chapters 0, 3 (index % 3 == 0).
+    Result search = pagemoor("search " + book + " " + PMGeneratedMarker(1) + " --library " + m_root + "/library --json");
+    ASSERT_EQ(search.status, 0) << search.output;
+    auto json = nlohmann::json::parse(search.output);
+    ASSERT_EQ(json["contexts"].size(), 2u);
+    EXPECT_EQ(json["contexts"][0]["documentIndex"], 0);
+    EXPECT_EQ(json["contexts"][1]["documentIndex"], 3);
+    EXPECT_EQ(json["contexts"][1]["href"], "OEBPS/text/chapter4.xhtml");
+    EXPECT_EQ(json["contexts"][1]["rangeLocation"], 4);
+    EXPECT_EQ(json["contexts"][1]["context"], "The " + PMGeneratedMarker(1) + " stood by the road. ");
+    EXPECT_GE(json["documentsSkipped"].get<int>(), 3);
+
+    std::string png = m_root + "/page.png";
+    Result snapshot = pagemoor("snapshot " + book + " 2 --size 200x300 -o " + png);
+    ASSERT_EQ(snapshot.status, 0) << snapshot.output;
+    std::array<unsigned char, 8> signature {};
+    FILE* file = fopen(png.c_str(), "rb");
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(fread(signature.data(), 1, 8, file), 8u);
+    fclose(file);
+    EXPECT_EQ(signature, (std::array<unsigned char, 8> {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'}));
+}
+
+TEST_F(EngineCommands, BadInputEndsWithAMessageInBoundedTime)
+{
+    std::string notABook = m_root + "/plain.epub";
+    FILE* file = fopen(notABook.c_str(), "w");
+    fputs("plain text", file);
+    fclose(file);
+    PMSampleBookOptions options;
+    options.chapters = PMSampleBookChapters();
+    options.missingChapters = {"gone.xhtml"};
+    std::string holed = write(options, "holed.epub");
+
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_NE(pagemoor("index " + notABook).status, 0);
+    Result missing = pagemoor("search " + holed + " lantern --all");
+    EXPECT_NE(missing.status, 0);
+    EXPECT_NE(pagemoor("snapshot " + holed + " 3 --size 100x100 -o " + m_root + "/x.png").status, 0);
+    EXPECT_NE(pagemoor("snapshot " + holed + " 0 --size 0x100 -o " + m_root + "/x.png").status, 0);
+    EXPECT_NE(pagemoor("search " + holed + " ''").status, 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+}
+
+} // namespace

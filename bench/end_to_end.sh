@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Wall time of `pagemoor index` and `pagemoor search` on a generated book of
+# about 300 pages in 30 chapters, and how many chapters the library filter
+# skips for some 6-12 character queries, against loading every chapter.
+# usage: bench/end_to_end.sh [BUILD_DIR]   (default: build/release, built here)
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=${1:-$root/build/release}
+if [[ $# -eq 0 ]]; then
+  cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DPM_BUILD_TESTS=OFF >/dev/null
+  cmake --build "$build" --target pagemoor pagemoor-make-book >/dev/null
+fi
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export PAGEMOOR_CACHE_DIR="$work/cache"
+pagemoor="$build/app/pagemoor"
+book="$work/generated.epub"
+# 30 chapters of 50 paragraphs: about 20,000 characters, ten pages, each.
+mapfile -t markers < <("$build/app/e2e/pagemoor-make-book" "$book" --generated 30 50)
+
+# Milliseconds that a command takes; its output is kept in out.json.
+milliseconds() {
+  local start end
+  start=$(date +%s%N)
+  "$@" >"$work/out.json" 2>/dev/null
+  end=$(date +%s%N)
+  echo $(( (end - start) / 1000000 ))
+}
+field() { grep -o "\"$1\": [0-9]*" "$work/out.json" | grep -o '[0-9]*$'; }
+
+echo "book: 30 chapters of about 20,000 characters"
+echo "index: $(milliseconds "$pagemoor" index "$book" -o "$work/library" --json) ms"
+printf '%-14s %8s %8s %8s %12s %12s\n' query loaded skipped contexts filtered_ms linear_ms
+for query in "${markers[1]}" "${markers[4]}" "${markers[6]}" "${markers[7]:0:6}" "shepherd" "grey crow" "lanterns"; do
+  filtered=$(milliseconds "$pagemoor" search "$book" "$query" --library "$work/library" --json)
+  loaded=$(field documentsLoaded); skipped=$(field documentsSkipped); contexts=$(grep -c '"context":' "$work/out.json" || true)
+  linear=$(milliseconds "$pagemoor" search "$book" "$query" --all --json)
+  printf '%-14s %8s %8s %8s %12s %12s\n' "$query" "$loaded" "$skipped" "$contexts" "$filtered" "$linear"
+done

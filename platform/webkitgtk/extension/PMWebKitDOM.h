@@ -1,0 +1,20 @@
+#pragma once
+// The page text port on a live document. The web-process API has no DOM, so
+// one script walks the body and hands back its rendered text runs with the
+// element chain above each; the runs are then read like a text iterator's.
+#include "platform/PMPageText.h"
+
+typedef struct _JSCContext JSCContext;
+
+class PMWebKitDocument final : public PMDOMDocument {
+public:
+    explicit PMWebKitDocument(JSCContext* context);  // takes a reference
+    ~PMWebKitDocument() override;
+    PMWebKitDocument(const PMWebKitDocument&) = delete;
+    PMWebKitDocument& operator=(const PMWebKitDocument&) = delete;
+
+    std::unique_ptr<PMTextIterator> bodyTextIterator() override;
+
+private:
+    JSCContext* m_context;
+};

@@ -1,0 +1,102 @@
+#include "PMWebKitPage.h"
+
+#include "Messages/PMGVariantValue.h"
+#include "Messages/PMWebKitBridgeMessages.h"
+#include "PMWebKitDOM.h"
+#include "PMWebKitScript.h"
+#include "Utilities/KCLogger.h"
+#include "webkitgtk/JavaScriptCore/PMJSCScriptContext.h"
+
+#include <nlohmann/json.hpp>
+#include <webkit/webkit-web-process-extension.h>
+
+namespace {
+
+constexpr guint kSnapshotTimeoutMilliseconds = 10000;
+
+// Shared between the waiting frame and the reply callback, which may come
+// after the wait gave up.
+struct SnapshotWait {
+    bool done = false;
+    KCValue reply;
+};
+
+void snapshotReplied(GObject* source, GAsyncResult* result, gpointer data)
+{
+    auto* wait = static_cast<std::shared_ptr<SnapshotWait>*>(data);
+    GError* error = nullptr;
+    WebKitUserMessage* reply = webkit_web_page_send_message_to_view_finish(WEBKIT_WEB_PAGE(source), result, &error);
+    if (reply) {
+        (*wait)->reply = PMKCValueFromGVariant(webkit_user_message_get_parameters(reply));
+        g_object_unref(reply);
+    } else {
+        KCLog("The snapshot request failed: %s", error ? error->message : "no reply");
+        g_clear_error(&error);
+    }
+    (*wait)->done = true;
+    delete wait;
+}
+
+std::optional<PMImage> imageFromReply(const KCValue& reply)
+{
+    auto width = reply["width"].uint64Value();
+    auto height = reply["height"].uint64Value();
+    auto bytesPerRow = reply["bytesPerRow"].uint64Value();
+    const KCData* pixels = reply["pixels"].data();
+    if (!width || !height || !bytesPerRow || !pixels || *bytesPerRow < *width * 4 || pixels->size() < *bytesPerRow * *height)
+        return std::nullopt;
+    return PMImage {static_cast<int>(*width), static_cast<int>(*height), static_cast<size_t>(*bytesPerRow), *pixels};
+}
+
+} // namespace
+
+KCRect PMWebKitFrame::contentBounds()
+{
+    JSCContext* context = PMWebKitPageScriptContext(m_page);
+    auto result = PMWebKitEvaluateQuietly(context,
+        "JSON.stringify([document.documentElement.scrollWidth, document.documentElement.scrollHeight])");
+    g_object_unref(context);
+    auto json = nlohmann::json::parse(result.value_or(""), nullptr, false);
+    if (!json.is_array() || json.size() != 2 || !json[0].is_number() || !json[1].is_number())
+        return {};
+    return KCRect {{0, 0}, {json[0].get<double>(), json[1].get<double>()}};
+}
+
+std::optional<PMImage> PMWebKitFrame::snapshotOfRect(const KCRect& rect, double scale)
+{
+    KCDictionary body {{"x", rect.origin.x}, {"y", rect.origin.y}, {"width", rect.size.width}, {"height", rect.size.height}, {"scale", scale}};
+    auto wait = std::make_shared<SnapshotWait>();
+    WebKitUserMessage* message = webkit_user_message_new(PMBridgeMessageSnapshot, PMGVariantFromKCValue(KCValue(body)));
+    webkit_web_page_send_message_to_view(m_page, message, nullptr, snapshotReplied, new std::shared_ptr<SnapshotWait>(wait));
+
+    // The UI side needs this process to paint, so the wait keeps the main
+    // context turning; a time-out keeps a lost reply from hanging the page.
+    bool timedOut = false;
+    guint timeout = g_timeout_add(kSnapshotTimeoutMilliseconds, [](gpointer flag) -> gboolean {
+        *static_cast<bool*>(flag) = true;
+        return G_SOURCE_REMOVE;
+    }, &timedOut);
+    while (!wait->done && !timedOut)
+        g_main_context_iteration(nullptr, TRUE);
+    if (!timedOut)
+        g_source_remove(timeout);
+    else
+        KCLog("No snapshot came back within %u ms", kSnapshotTimeoutMilliseconds);
+    return wait->done ? imageFromReply(wait->reply) : std::nullopt;
+}
+
+std::shared_ptr<PMScriptContext> PMWebKitFrame::scriptContext()
+{
+    JSCContext* context = PMWebKitPageScriptContext(m_page);
+    auto scriptContext = std::make_shared<PMJSCScriptContext>(context);
+    g_object_unref(context);
+    return scriptContext;
+}
+
+std::shared_ptr<PMDOMDocument> PMWebKitFrame::document()
+{
+    JSCContext* context = PMWebKitPageScriptContext(m_page);
+    auto document = std::make_shared<PMWebKitDocument>(context);
+    g_object_unref(context);
+    return document;
+}

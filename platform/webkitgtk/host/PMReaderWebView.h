@@ -1,0 +1,100 @@
+#pragma once
+// The reader's side of the engine: one web view whose web process runs the
+// plug-in for one book. It starts the process with the initialisation
+// dictionary, serves the book's files, answers navigation policy with the
+// plug-in's rule, supplies snapshots, and gives the reader the plug-in's
+// messages. Everything runs on the GTK main thread; waits are bounded.
+#include "PMBookScheme.h"
+#include "platform/PMError.h"
+#include "Utilities/KCGeometry.h"
+#include "Utilities/KCValue.h"
+
+#include <glib.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+class PMEpubWebProcessPlugIn;
+typedef struct _WebKitWebView WebKitWebView;
+typedef struct _WebKitWebContext WebKitWebContext;
+typedef struct _GtkWidget GtkWidget;
+
+struct PMReaderConfiguration {
+    PMBookConfiguration book;
+    KCDictionary bookInfo;
+    std::string extensionDirectory;
+    KCSize viewSize {600, 800};
+    double startTimeoutSeconds = 30;
+};
+
+class PMReaderWebView {
+public:
+    using MessageHandler = std::function<void(const std::string& name, const KCValue& body)>;
+    using NavigationHandler = std::function<void(const std::string& URI)>;
+
+    // Nothing (with the reason) when the display, the engine or the extension
+    // cannot be brought up within the start time-out.
+    static std::unique_ptr<PMReaderWebView> create(const PMReaderConfiguration& configuration, PMError& error);
+    ~PMReaderWebView();
+    PMReaderWebView(const PMReaderWebView&) = delete;
+    PMReaderWebView& operator=(const PMReaderWebView&) = delete;
+
+    // Every message of the plug-in ("PluginError" included), as it arrives.
+    void setMessageHandler(MessageHandler handler) { m_messageHandler = std::move(handler); }
+    // Navigations that the plug-in's rule leaves to the reader; they are not loaded.
+    void setNavigationHandler(NavigationHandler handler) { m_navigationHandler = std::move(handler); }
+
+    void sendMessage(const std::string& name, const KCValue& body);
+    void prepareForDocumentTask(const KCDictionary& body) { sendMessage("PrepareForDocumentTask", KCValue(body)); }
+    void loadDocument(const std::string& fileURI);
+
+    // Turns the main loop until `done` answers true. False on time-out, on a
+    // failed document load or when the web process ended; failure() tells which.
+    bool runUntil(const std::function<bool()>& done, double timeoutSeconds);
+    const std::optional<std::string>& failure() const { return m_failure; }
+    void clearFailure() { m_failure.reset(); }
+    bool webProcessTerminated() const { return m_webProcessTerminated; }
+
+    // Sends the task, loads the document and waits for the reply named
+    // `replyName` that carries the document index. Nothing on failure (error set).
+    std::optional<KCDictionary> runTask(const KCDictionary& prepareBody, const std::string& fileURI, const std::string& replyName, double timeoutSeconds, PMError& error);
+
+    // The page's own view of itself: a script's completion value as a
+    // string, evaluated in the page's main world. Nothing when it threw.
+    std::optional<std::string> evaluateScript(const std::string& script, double timeoutSeconds);
+
+    WebKitWebView* webView() const { return m_webView; }
+
+private:
+    PMReaderWebView() = default;
+    bool start(const PMReaderConfiguration& configuration, PMError& error);
+    void receive(const std::string& name, const KCValue& body);
+
+    static void initializeWebProcessExtensions(WebKitWebContext* context, gpointer self);
+    static gboolean userMessageReceived(WebKitWebView* view, struct _WebKitUserMessage* message, gpointer self);
+    static gboolean decidePolicy(WebKitWebView* view, struct _WebKitPolicyDecision* decision, int type, gpointer self);
+    static void resourceLoadStarted(WebKitWebView* view, struct _WebKitWebResource* resource, struct _WebKitURIRequest* request, gpointer self);
+    static void loadChanged(WebKitWebView* view, int event, gpointer self);
+    static gboolean loadFailed(WebKitWebView* view, int event, const char* URI, GError* error, gpointer self);
+    static void webProcessTerminatedSignal(WebKitWebView* view, int reason, gpointer self);
+
+    PMReaderConfiguration m_configuration;
+    WebKitWebContext* m_context = nullptr;
+    WebKitWebView* m_webView = nullptr;
+    GtkWidget* m_window = nullptr;
+    std::shared_ptr<PMEpubWebProcessPlugIn> m_policy;  // answers the plug-in's navigation rule
+    std::string m_documentURI;
+    MessageHandler m_messageHandler;
+    NavigationHandler m_navigationHandler;
+    std::optional<std::string> m_failure;
+    bool m_pageReady = false;
+    bool m_loadFinished = false;
+    bool m_webProcessTerminated = false;
+    uint64_t m_nextResourceIdentifier = 1;
+};
+
+// Where the web process extension lies: $PAGEMOOR_EXTENSION_DIR, else the
+// directory the build put it in.
+std::string PMWebExtensionDirectory();
