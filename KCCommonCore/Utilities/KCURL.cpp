@@ -16,20 +16,34 @@ std::string textOrEmpty(const char* text)
     return text ? std::string(text) : std::string();
 }
 
+// With a host, the path must be empty or absolute.
+bool isWritablePath(const char* path)
+{
+    return !path || !*path || *path == '/';
+}
+
 } // namespace
 
 std::optional<KCURL> KCURL::URLWithString(std::string_view text)
 {
     std::string owned(text);
-    GError* error = nullptr;
-    GUri* uri = g_uri_parse(owned.c_str(), GUriFlags(G_URI_FLAGS_ENCODED | G_URI_FLAGS_PARSE_RELAXED), &error);
-    if (!uri) {
-        g_clear_error(&error);
-        return std::nullopt;
+    GUri* uri = g_uri_parse(owned.c_str(), GUriFlags(G_URI_FLAGS_ENCODED | G_URI_FLAGS_PARSE_RELAXED), nullptr);
+    // Relaxed parsing lets ';' end a host, which leaves a path that does not
+    // start with '/' and that no URL can be written back with; read such text
+    // by the strict grammar, where ';' belongs to the host.
+    if (uri && g_uri_get_host(uri) && !isWritablePath(g_uri_get_path(uri))) {
+        g_uri_unref(uri);
+        uri = g_uri_parse(owned.c_str(), G_URI_FLAGS_ENCODED, nullptr);
     }
+    if (!uri)
+        return std::nullopt;
     KCURL url;
     GCharPtr absolute(g_uri_to_string(uri));
-    url.m_absolute = textOrEmpty(absolute.get());
+    if (!absolute) {
+        g_uri_unref(uri);
+        return std::nullopt;
+    }
+    url.m_absolute = absolute.get();
     url.m_scheme = textOrEmpty(g_uri_get_scheme(uri));
     url.m_host = textOrEmpty(g_uri_get_host(uri));
     url.m_query = textOrEmpty(g_uri_get_query(uri));

@@ -113,6 +113,18 @@ TEST(KCURL, ComponentsOfFileAndOtherURLs)
     EXPECT_EQ(urn->scheme(), "urn");
     EXPECT_EQ(urn->path(), "isbn:9780306406157");
     EXPECT_FALSE(KCURL::URLWithString("no scheme here"));
+
+    // Relaxed parsing would end the host at ';' and leave a path that cannot
+    // be written back; every URL answered must survive its own text.
+    for (const char* text : {"https://example.o;g/x", "http://a;b", "https://example.org/a;b?c"}) {
+        auto url = KCURL::URLWithString(text);
+        ASSERT_TRUE(url) << text;
+        auto again = KCURL::URLWithString(url->absoluteString());
+        ASSERT_TRUE(again) << text;
+        EXPECT_EQ(*again, *url) << text;
+        EXPECT_EQ(again->host(), url->host()) << text;
+    }
+    EXPECT_EQ(KCURL::URLWithString("https://example.o;g/x")->host(), "example.o;g");
 }
 
 TEST(KCPath, ExtensionsAndComponents)
