@@ -13,15 +13,16 @@ if(PM_SANITIZE)
 endif()
 
 # pm_library(NAME [DEPS targets...] [TEST_DEPS targets...] [TEST_DEFINES NAME=value...])
-# One static library per folder, made of every .cpp in the folder; the
-# folder's parent is on the include path so that headers are included as
-# "Folder/Header.h". Every .cpp in the folder's tests/ makes one test program.
+# One static library per folder, made of every .cpp in the folder. Only the
+# folder's parent is on its users' include path, so that a header of another
+# folder is always included as "Folder/Header.h"; a folder's own headers are
+# included bare. Every .cpp in the folder's tests/ makes one test program.
 function(pm_library name)
   cmake_parse_arguments(ARG "" "" "DEPS;TEST_DEPS;TEST_DEFINES" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   add_library(${name} STATIC ${sources})
   target_compile_options(${name} PRIVATE ${PM_WARNINGS})
-  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/.. ${CMAKE_CURRENT_SOURCE_DIR})
+  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/.. PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   if(ARG_DEPS)
     target_link_libraries(${name} PUBLIC ${ARG_DEPS})
   endif()

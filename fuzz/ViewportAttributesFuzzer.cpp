@@ -1,7 +1,7 @@
 // Any text as a viewport script's result and as a snapshot size: reading
 // never crashes, and every attribute is a marker or a size from 1 to 10000.
-#include "PMSizeString.h"
-#include "PMViewportAttributes.h"
+#include "plugin/PMSizeString.h"
+#include "plugin/PMViewportAttributes.h"
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringConversion.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 // The receiving end of one load that a custom protocol answers. A load gets a
 // response, then data, then either the end of the load or a failure.
-#include "platform/PMError.h"
+#include "PMError.h"
 #include "Utilities/KCURL.h"
 #include "Utilities/KCValue.h"
 

@@ -2,8 +2,8 @@
 // The URL-loading system's custom protocols. A handler claims requests and
 // makes one protocol object per load; an engine adapter (a custom URI scheme
 // handler, say) asks the registry for each request and drives the load.
-#include "platform/PMURLProtocolClient.h"
-#include "platform/PMURLRequest.h"
+#include "PMURLProtocolClient.h"
+#include "PMURLRequest.h"
 
 #include <memory>
 #include <mutex>

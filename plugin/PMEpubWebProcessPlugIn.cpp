@@ -1,13 +1,12 @@
 #include "PMEpubWebProcessPlugIn.h"
 
+#include "PMNavigationRule.h"
 #include "PMScriptBridge.h"
-#include "PMSizeString.h"
 #include "resources/PMURLProtocol.h"
 #include "platform/PMMainQueue.h"
 #include "platform/PMProcess.h"
 #include "platform/PMRunLoop.h"
 #include "platform/PMSandbox.h"
-#include "Sharing/KCURLAdditions.h"
 #include "Utilities/KCLogger.h"
 
 namespace {
@@ -15,11 +14,6 @@ namespace {
 constexpr uint64_t kSnapshotDelayNanoseconds = 100'000'000;
 constexpr uint64_t kBothLoadingStages = (1u << PMLoadingStageLoadFinished) | (1u << PMLoadingStageFirstLayout);
 
-const char* const kSandboxExtensionsKey = "SandboxExtensions";
-const char* const kBookContentsPathKey = "BookContentsPath";
-const char* const kBookResourceDataKey = "BookResourceData";
-const char* const kPaginationModeKey = "PaginationMode";
-const char* const kBookInfoKey = "BookInfo";
 
 } // namespace
 
@@ -46,7 +40,7 @@ void PMEpubWebProcessPlugIn::initializeWithObject(std::shared_ptr<PMPlugInContro
     if (!initialization)
         return;
 
-    if (const KCValue* extensions = initialization->find(kSandboxExtensionsKey)) {
+    if (const KCValue* extensions = initialization->find(PMInitializationSandboxExtensionsKey)) {
         const KCArray* tokens = extensions->array();
         for (size_t index = 0; tokens && index < tokens->size(); ++index) {
             const KCData* token = (*tokens)[index].data();
@@ -56,12 +50,12 @@ void PMEpubWebProcessPlugIn::initializeWithObject(std::shared_ptr<PMPlugInContro
                 KCLog("Sandbox extension %lu was not consumed", static_cast<unsigned long>(index));
         }
     }
-    if (const KCValue* path = initialization->find(kBookContentsPathKey); path && path->string())
+    if (const KCValue* path = initialization->find(PMInitializationBookContentsPathKey); path && path->string())
         PMURLProtocol::setBookContentsPath(path->utf8String());
-    if (const KCValue* resources = initialization->find(kBookResourceDataKey); resources && resources->dictionary())
+    if (const KCValue* resources = initialization->find(PMInitializationBookResourceDataKey); resources && resources->dictionary())
         PMURLProtocol::setBookResourceData(*resources->dictionary());
-    PMURLProtocol::setPaginationMode(initializationObject[kPaginationModeKey].boolValue().value_or(false));
-    if (const KCValue* bookInfo = initialization->find(kBookInfoKey); bookInfo && bookInfo->dictionary())
+    PMURLProtocol::setPaginationMode(initializationObject[PMInitializationPaginationModeKey].boolValue().value_or(false));
+    if (const KCValue* bookInfo = initialization->find(PMInitializationBookInfoKey); bookInfo && bookInfo->dictionary())
         m_bookInfo = *bookInfo;
 }
 
@@ -97,8 +91,8 @@ void PMEpubWebProcessPlugIn::sendMessageWithName(std::string_view name, const KC
 void PMEpubWebProcessPlugIn::didReceiveMessageWithName(PMMessageConnection&, std::string_view name, const KCValue& body)
 {
     if (name == PMPrepareForDocumentTaskMessage) {
-        if (body.dictionary())
-            p_prepareForDocumentTask(body);
+        if (const KCDictionary* dictionary = body.dictionary())
+            p_prepareForDocumentTask(*dictionary);
         else
             KCLog("Ignoring %s with a body that is not a dictionary", PMPrepareForDocumentTaskMessage);
     } else if (name == PMHardStopAndExitMessage) {
@@ -109,20 +103,19 @@ void PMEpubWebProcessPlugIn::didReceiveMessageWithName(PMMessageConnection&, std
     }
 }
 
-void PMEpubWebProcessPlugIn::p_prepareForDocumentTask(const KCValue& body)
+void PMEpubWebProcessPlugIn::p_prepareForDocumentTask(const KCDictionary& body)
 {
-    m_plugInTask = body[PMPrepareForDocumentTaskKey].int64Value().value_or(PMPlugInTaskNone);
-    m_documentIndex = body[PMEpubWebProcessPlugInObjectDocumentIndex].uint64Value().value_or(0);
+    PMDocumentTask task = PMDocumentTask::decode(body);
+    m_plugInTask = task.task;
+    m_documentIndex = task.documentIndex;
     m_completedLayoutStages = 0;
     if (m_plugInTask == PMPlugInTaskSnapshot) {
-        const KCValue& size = body[PMEpubWebProcessPlugInMessageSnapshotSize];
-        m_snapshotSize = size.string() ? PMSizeFromString(size.utf8String()) : KCSize {};
+        m_snapshotSize = task.snapshotSize;
         // An absent key keeps the previous setting.
-        if (const KCValue* viewportOnly = body.dictionary()->find(PMEpubWebProcessPlugInMessageSnapshotViewportOnly))
-            m_snapshotViewportOnly = viewportOnly->boolValue().value_or(false);
+        if (task.viewportOnly)
+            m_snapshotViewportOnly = *task.viewportOnly;
     } else if (m_plugInTask == PMPlugInTaskSearchContext) {
-        const std::u16string* search = body[PMEpubWebProcessPlugInObjectSearchString].string();
-        m_searchString = search ? *search : std::u16string();
+        m_searchString = std::move(task.searchString);
     }
 }
 
@@ -130,17 +123,7 @@ void PMEpubWebProcessPlugIn::p_prepareForDocumentTask(const KCValue& body)
 
 PMNavigationPolicy PMEpubWebProcessPlugIn::decidePolicyForNavigationAction(const std::shared_ptr<PMPage>&, const std::shared_ptr<PMFrame>&, const PMNavigationAction& action)
 {
-    if (!action.requestURL)
-        return PMNavigationPolicy::Use;
-    const KCURL& url = *action.requestURL;
-    if (url.absoluteString() == "about:blank")
-        return PMNavigationPolicy::Use;
-    const std::string& scheme = url.scheme();
-    auto type = static_cast<PMNavigationType>(action.navigationType);
-    bool fileLink = scheme == "file" && (type == PMNavigationType::LinkClicked || type == PMNavigationType::Other);
-    if (KCURLAdditions::supportedPagemoorURLSchemes().contains(scheme) || scheme == "readaloud" || scheme == "warn" || fileLink)
-        return PMNavigationPolicy::PassThrough;
-    return KCURLAdditions::ISBNForURI(url) ? PMNavigationPolicy::PassThrough : PMNavigationPolicy::Use;
+    return PMNavigationPolicyForAction(action);
 }
 
 // MARK: Loading stages
@@ -200,7 +183,7 @@ void PMEpubWebProcessPlugIn::didCompleteLoadingStage(uint64_t stage, const std::
 
 void PMEpubWebProcessPlugIn::completePageTask()
 {
-    sendMessageWithName(PMEpubWebProcessPlugInMessagePageTask, KCDictionary {{PMEpubWebProcessPlugInObjectDocumentIndex, m_documentIndex}});
+    sendMessageWithName(PMEpubWebProcessPlugInMessagePageTask, PMEncodePageReply(m_documentIndex));
 }
 
 // MARK: Resource loads

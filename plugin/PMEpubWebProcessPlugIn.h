@@ -3,7 +3,7 @@
 // protocol at start-up, watches each page's loading stages and resource
 // loads, runs the one task that the UI process set for the current document
 // and answers with a message. Everything runs on the process's main thread.
-#include "PMPlugInVocabulary.h"
+#include "PMPlugInProtocol.h"
 #include "platform/PMBrowserContext.h"
 #include "platform/PMMessageConnection.h"
 #include "platform/PMPlugInController.h"
@@ -86,12 +86,10 @@ public:
     bool snapshotViewportOnly() const { return m_snapshotViewportOnly; }
     int64_t plugInTask() const { return m_plugInTask; }
     const std::u16string& searchString() const { return m_searchString; }
-    const KCDictionary& overlays() const { return m_overlays; }
-    void setOverlays(KCDictionary overlays) { m_overlays = std::move(overlays); }
     KCSize snapshotSize() const { return m_snapshotSize; }
 
 private:
-    void p_prepareForDocumentTask(const KCValue& body);  // a dictionary
+    void p_prepareForDocumentTask(const KCDictionary& body);
     void p_addResourceID(uint64_t resourceIdentifier, const std::shared_ptr<PMBrowserContextController>& browserContext);
     void p_removeResourceID(uint64_t resourceIdentifier, const std::shared_ptr<PMBrowserContextController>& browserContext);
     void p_completedResourceLoadForBrowserContextController(const std::shared_ptr<PMBrowserContextController>& browserContext);
@@ -104,7 +102,6 @@ private:
 
     PMPlugInServices m_services;
     std::shared_ptr<PMPlugInController> m_controller;
-    [[maybe_unused]] int64_t m_sandboxHandle = 0;  // never set
     uint64_t m_documentIndex = 0;
     uint64_t m_completedLayoutStages = 0;
     KCValue m_bookInfo = KCValue(KCDictionary());
@@ -112,7 +109,6 @@ private:
     std::set<std::shared_ptr<PMBrowserContextController>> m_activeBrowserContexts;
     int64_t m_plugInTask = PMPlugInTaskNone;
     std::u16string m_searchString;
-    KCDictionary m_overlays;
     // Weak keys: an entry goes with its context.
     struct TrackedResources {
         std::weak_ptr<PMBrowserContextController> browserContext;

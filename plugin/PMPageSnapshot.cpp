@@ -18,7 +18,6 @@ KCSize PMEpubWebProcessPlugIn::p_viewportSizeForPage(PMPage& page, const KCSize&
 
 void PMEpubWebProcessPlugIn::sendSnapshotOfPage(const std::shared_ptr<PMPage>& page, const std::shared_ptr<PMFrame>& frame)
 {
-    KCDictionary body {{PMEpubWebProcessPlugInObjectDocumentIndex, m_documentIndex}};
     const KCSize requested = m_snapshotSize;
     KCRect bounds = frame ? frame->contentBounds() : KCRect {};
     if (m_snapshotViewportOnly && page) {
@@ -30,12 +29,12 @@ void PMEpubWebProcessPlugIn::sendSnapshotOfPage(const std::shared_ptr<PMPage>& p
             bounds.size.height = viewport.height;
     }
     // Cover the requested size in both directions.
+    std::optional<KCData> png;
     double scale = std::max(requested.height / bounds.size.height, requested.width / bounds.size.width);
     if (!frame || !std::isfinite(scale) || scale <= 0) {
         KCLog("No snapshot of page %p: scale %f for bounds %f x %f", static_cast<const void*>(page.get()), scale, bounds.size.width, bounds.size.height);
     } else if (std::optional<PMImage> image = frame->snapshotOfRect(bounds, scale)) {
-        if (std::optional<KCData> png = PMPNGDataFromImage(*image))
-            body.set(PMEpubWebProcessPlugInMessageSnapshotData, std::move(*png));
+        png = PMPNGDataFromImage(*image);
     }
-    sendMessageWithName(PMEpubWebProcessPlugInMessageSnapshotTask, body);
+    sendMessageWithName(PMEpubWebProcessPlugInMessageSnapshotTask, PMEncodeSnapshotReply(m_documentIndex, std::move(png)));
 }

@@ -39,16 +39,12 @@ std::optional<size_t> matchEnd(std::u16string_view text, size_t start, const std
     return index;
 }
 
-void appendSentenceContexts(std::u16string_view sentence, const std::vector<UChar32>& foldedNeedle, KCArray& contexts)
+void appendSentenceContexts(std::u16string_view sentence, const std::vector<UChar32>& foldedNeedle, std::vector<PMSearchContextEntry>& contexts)
 {
     size_t start = 0;
     while (start < sentence.size()) {
         if (std::optional<size_t> end = matchEnd(sentence, start, foldedNeedle)) {
-            contexts.emplace_back(KCDictionary {
-                {PMSearchContextRangeLocationKey, static_cast<uint64_t>(start)},
-                {PMSearchContextRangeLengthKey, static_cast<uint64_t>(*end - start)},
-                {PMSearchContextContextKey, sentence},
-            });
+            contexts.push_back({static_cast<uint64_t>(start), static_cast<uint64_t>(*end - start), std::u16string(sentence)});
             start = *end;
             continue;
         }
@@ -94,15 +90,12 @@ void PMEpubWebProcessPlugIn::buildBloomFilter()
     KCFragmentFilterSpecification specification {{static_cast<int64_t>(folded.size()), 1.0, 1}, 4};
     auto filter = std::make_shared<KCDocumentFragmentFilter>(folded, specification);
     KCData archive = KCKeyedArchiver::archivedDataWithRootObject(KCValue(filter));
-    sendMessageWithName(PMEpubWebProcessPlugInMessageBloomFilterTask, KCDictionary {
-        {PMEpubWebProcessPlugInObjectDocumentIndex, m_documentIndex},
-        {PMEpubWebProcessPlugInObjectBloomFilter, std::move(archive)},
-    });
+    sendMessageWithName(PMEpubWebProcessPlugInMessageBloomFilterTask, PMEncodeBloomFilterReply(m_documentIndex, std::move(archive)));
 }
 
 void PMEpubWebProcessPlugIn::retrieveSearchStringContext()
 {
-    KCArray contexts;
+    std::vector<PMSearchContextEntry> contexts;
     std::u16string text = m_searchString.empty() ? std::u16string() : iteratedText();
     if (!text.empty()) {
         std::vector<UChar32> foldedNeedle;
@@ -121,10 +114,7 @@ void PMEpubWebProcessPlugIn::retrieveSearchStringContext()
                 appendSentenceContexts(std::u16string_view(text).substr(static_cast<size_t>(start), static_cast<size_t>(end - start)), foldedNeedle, contexts);
         }
     }
-    sendMessageWithName(PMEpubWebProcessPlugInMessageSearchContextTask, KCDictionary {
-        {PMEpubWebProcessPlugInObjectDocumentIndex, m_documentIndex},
-        {PMEpubWebProcessPlugInObjectContextArray, std::move(contexts)},
-    });
+    sendMessageWithName(PMEpubWebProcessPlugInMessageSearchContextTask, PMEncodeSearchContextReply(m_documentIndex, contexts));
 }
 
 std::u16string PMEpubWebProcessPlugIn::convertNewlineCharacterSetToSpaceInString(std::u16string_view text)

@@ -2,8 +2,8 @@
 // What to fetch: an entity, a predicate, sort keys, a limit, and either the
 // objects themselves or one dictionary per row of chosen properties, which
 // may be aggregate expressions ("max:" of a key), grouped and distinct.
-#include "Database/KCManagedObjectModel.h"
-#include "Database/KCPredicate.h"
+#include "KCManagedObjectModel.h"
+#include "KCPredicate.h"
 
 #include <memory>
 #include <optional>

@@ -1,6 +1,6 @@
-#include "Database/KCManagedObject.h"
+#include "KCManagedObject.h"
 
-#include "Database/KCManagedObjectContext.h"
+#include "KCManagedObjectContext.h"
 #include "Utilities/KCLogger.h"
 
 #include <mutex>

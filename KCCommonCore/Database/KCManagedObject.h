@@ -3,8 +3,8 @@
 // and used only on that context's thread. Setters tell observers before and
 // after a change; primitive setters change silently. Either way the change
 // is saved with the context.
-#include "Database/KCManagedObjectModel.h"
-#include "Database/KCPredicate.h"
+#include "KCManagedObjectModel.h"
+#include "KCPredicate.h"
 #include "Utilities/KCValue.h"
 
 #include <functional>

@@ -1,4 +1,4 @@
-#include "Database/KCManagedObjectContext.h"
+#include "KCManagedObjectContext.h"
 
 #include "Utilities/KCLogger.h"
 

@@ -7,9 +7,9 @@
 // When another context saved an object that this one also changed, the save
 // keeps this context's value of every property it changed and takes the
 // stored value of every other property.
-#include "Database/KCFetchRequest.h"
-#include "Database/KCManagedObject.h"
-#include "Database/KCPersistentStoreCoordinator.h"
+#include "KCFetchRequest.h"
+#include "KCManagedObject.h"
+#include "KCPersistentStoreCoordinator.h"
 
 #include <memory>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "Database/KCManagedObjectModel.h"
+#include "KCManagedObjectModel.h"
 
 #include "Utilities/KCLogger.h"
 

@@ -1,7 +1,7 @@
-#include "Database/KCPersistentStore.h"
+#include "KCPersistentStore.h"
 
-#include "Database/KCSQLiteDatabase.h"
-#include "Database/KCStoreValueCoding.h"
+#include "KCSQLiteDatabase.h"
+#include "KCStoreValueCoding.h"
 #include "Utilities/KCLogger.h"
 
 #include <glib.h>

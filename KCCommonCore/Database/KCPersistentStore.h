@@ -4,9 +4,9 @@
 // refuses files that are not our stores and stores of a newer model without
 // writing to them, and migrates stores of an older model by adding columns.
 // Callers serialise every use under the coordinator's lock.
-#include "Database/KCFetchRequest.h"
-#include "Database/KCManagedObjectModel.h"
-#include "Database/KCStoreError.h"
+#include "KCFetchRequest.h"
+#include "KCManagedObjectModel.h"
+#include "KCStoreError.h"
 #include "Utilities/KCURL.h"
 #include "Utilities/KCValue.h"
 

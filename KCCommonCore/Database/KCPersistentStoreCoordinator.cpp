@@ -1,4 +1,4 @@
-#include "Database/KCPersistentStoreCoordinator.h"
+#include "KCPersistentStoreCoordinator.h"
 
 std::shared_ptr<KCPersistentStore> KCPersistentStoreCoordinator::addPersistentStore(const std::string& type, const KCURL& url, const KCPersistentStoreOptions& options, KCStoreError* error)
 {

@@ -2,8 +2,8 @@
 // Joins the object model to the store file. Contexts on any thread reach the
 // store through it; its lock serialises every use of the store, and the data
 // source takes it around metadata reads and writes.
-#include "Database/KCManagedObjectModel.h"
-#include "Database/KCPersistentStore.h"
+#include "KCManagedObjectModel.h"
+#include "KCPersistentStore.h"
 
 #include <memory>
 #include <mutex>

@@ -1,6 +1,6 @@
-#include "Database/KCPredicate.h"
+#include "KCPredicate.h"
 
-#include "Database/KCManagedObjectModel.h"
+#include "KCManagedObjectModel.h"
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCStringConversion.h"
 

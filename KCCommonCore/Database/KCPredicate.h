@@ -9,7 +9,7 @@
 // quoted text, numbers, TRUE/YES/FALSE/NO, NULL/NIL and {a, b} lists.
 // A predicate evaluates against an object in memory and compiles to SQL whose
 // values are all bound parameters.
-#include "Database/KCStoreError.h"
+#include "KCStoreError.h"
 #include "Utilities/KCValue.h"
 
 #include <memory>

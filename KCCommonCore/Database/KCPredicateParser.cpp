@@ -1,6 +1,6 @@
 // The predicate format language: a tokenizer that resolves the format's
 // arguments as it goes, and a recursive-descent parser over the tokens.
-#include "Database/KCPredicate.h"
+#include "KCPredicate.h"
 
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringConversion.h"

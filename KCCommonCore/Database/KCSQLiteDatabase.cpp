@@ -1,6 +1,6 @@
-#include "Database/KCSQLiteDatabase.h"
+#include "KCSQLiteDatabase.h"
 
-#include "Database/KCStoreValueCoding.h"
+#include "KCStoreValueCoding.h"
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringConversion.h"
 

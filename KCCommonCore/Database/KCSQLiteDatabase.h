@@ -2,8 +2,8 @@
 // A thin owner of one SQLite connection: statements prepared once and kept,
 // values bound and read by attribute type. Not thread-safe by itself; the
 // store serialises every use under its coordinator's lock.
-#include "Database/KCManagedObjectModel.h"
-#include "Database/KCStoreError.h"
+#include "KCManagedObjectModel.h"
+#include "KCStoreError.h"
 #include "Utilities/KCValue.h"
 
 #include <memory>

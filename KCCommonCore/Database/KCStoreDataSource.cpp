@@ -1,4 +1,4 @@
-#include "Database/KCStoreDataSource.h"
+#include "KCStoreDataSource.h"
 
 #include "Utilities/KCBundle.h"
 #include "Utilities/KCLogger.h"

@@ -3,9 +3,9 @@
 // the SQLite store file and a metadata dictionary kept inside the store. It
 // hands out contexts, saves them (metadata first) and issues increasing sort
 // values for ordered entities. Subclasses choose the model and the file name.
-#include "Database/KCManagedObjectContext.h"
-#include "Database/KCManagedObjectModel.h"
-#include "Database/KCPersistentStoreCoordinator.h"
+#include "KCManagedObjectContext.h"
+#include "KCManagedObjectModel.h"
+#include "KCPersistentStoreCoordinator.h"
 #include "Utilities/KCURL.h"
 #include "Utilities/KCValue.h"
 

@@ -1,4 +1,4 @@
-#include "Database/KCStoreError.h"
+#include "KCStoreError.h"
 
 #include "Utilities/KCFormat.h"
 

@@ -1,4 +1,4 @@
-#include "Database/KCStoreValueCoding.h"
+#include "KCStoreValueCoding.h"
 
 #include "Utilities/KCStringConversion.h"
 

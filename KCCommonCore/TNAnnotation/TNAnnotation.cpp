@@ -1,4 +1,4 @@
-#include "TNAnnotation/TNAnnotation.h"
+#include "TNAnnotation.h"
 
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"

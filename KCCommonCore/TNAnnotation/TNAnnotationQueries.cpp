@@ -1,6 +1,6 @@
 // The predicates and fetches over annotations. The format strings are kept
 // exactly as they have always been written, blanks and case included.
-#include "TNAnnotation/TNAnnotation.h"
+#include "TNAnnotation.h"
 
 #include "Utilities/KCLogger.h"
 

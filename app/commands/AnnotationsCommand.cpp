@@ -1,5 +1,5 @@
 // pagemoor annotations: adds, lists, changes and queries the annotations of an annotation store file.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 
 #include "TNAnnotation/TNAnnotation.h"
 #include "TNAnnotation/TNAnnotationStoreDataSource.h"

@@ -1,6 +1,6 @@
 #pragma once
 // What the commands that take a book share: opening it with the --cache-dir option.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 #include "book/PMBook.h"
 
 #include <iostream>

@@ -1,10 +1,10 @@
 // pagemoor demo: the bundled sample book indexed, searched and drawn
 // through the web engine.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 #include "PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 
-#include "PMBookCache.h"
+#include "book/PMBookCache.h"
 
 #include <filesystem>
 #include <iostream>

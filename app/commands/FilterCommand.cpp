@@ -1,5 +1,5 @@
 // pagemoor filter: builds, tests and describes archived document fragment filters.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 #include "SearchCommandSupport.h"
 
 #include "Search/KCSearchFolding.h"

@@ -1,5 +1,5 @@
 // pagemoor fold: prints texts as the search folds them.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 #include "SearchCommandSupport.h"
 
 #include "Search/KCSearchFolding.h"

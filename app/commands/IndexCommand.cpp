@@ -1,5 +1,5 @@
 // pagemoor index: every spine document of a book indexed by the plug-in.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 #include "PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 

@@ -1,5 +1,5 @@
 // pagemoor library: a library fragment filter kept in an archive file.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 #include "SearchCommandSupport.h"
 
 #include "Search/KCSearchFolding.h"

@@ -1,9 +1,8 @@
 #include "PMEngineTasks.h"
 
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 
-#include "PMBookCache.h"
-#include "PMSizeString.h"
+#include "book/PMBookCache.h"
 #include "Search/KCSearchFolding.h"
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
@@ -21,7 +20,6 @@
 namespace {
 
 constexpr double kTaskTimeoutSeconds = 60;
-constexpr const char* kIndexKey = "PMEpubWebProcessPlugInObjectDocumentIndex";
 
 PMError engineError(const std::string& text)
 {
@@ -126,13 +124,12 @@ std::optional<std::string> PMEngineSession::documentURI(size_t index, PMError& e
     return result;
 }
 
-std::optional<KCDictionary> PMEngineSession::runTask(KCDictionary body, size_t index, const std::string& replyName, PMError& error)
+std::optional<KCValue> PMEngineSession::runTask(const PMDocumentTask& task, PMError& error)
 {
-    auto uri = documentURI(index, error);
+    auto uri = documentURI(task.documentIndex, error);
     if (!uri)
         return std::nullopt;
-    body.set(kIndexKey, static_cast<uint64_t>(index));
-    return view->runTask(body, *uri, replyName, kTaskTimeoutSeconds, error);
+    return view->runTask(task, *uri, kTaskTimeoutSeconds, error);
 }
 
 std::string PMDefaultLibraryPath(const PMEngineSession& session)
@@ -147,11 +144,10 @@ std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, b
     for (size_t index = 0; index < session.documentCount(); ++index) {
         if (showProgress)
             std::cerr << "indexing " << index + 1 << "/" << session.documentCount() << " " << session.href(index) << '\n';
-        auto reply = session.runTask({{"task", 1}}, index, "PMEpubWebProcessPlugInMessageBloomFilterTask", error);
+        auto reply = session.runTask(PMDocumentTask::bloomFilter(index), error);
         if (!reply)
             return nullptr;
-        const KCValue* archiveValue = reply->find("PMEpubWebProcessPlugInObjectBloomFilter");
-        const KCData* archive = archiveValue ? archiveValue->data() : nullptr;
+        auto archive = PMDecodeBloomFilterReply(*reply);
         auto filter = archive ? KCDocumentFragmentFilter::unarchivedFilter(*archive) : nullptr;
         if (!filter) {
             error = engineError("document " + std::to_string(index) + " came back without a filter");
@@ -180,35 +176,24 @@ std::optional<PMSearchResult> PMSearchBook(PMEngineSession& session, const KCLib
     result.documentsLoaded = candidates.size();
     result.documentsSkipped = session.documentCount() - std::min(candidates.size(), session.documentCount());
     for (uint64_t index : candidates) {
-        auto reply = session.runTask({{"task", 2}, {"PMEpubWebProcessPlugInObjectSearchString", KCValue::fromUTF8(query)}}, index,
-            "PMEpubWebProcessPlugInMessageSearchContextTask", error);
+        auto reply = session.runTask(PMDocumentTask::searchContext(index, KCUTF16FromUTF8(query)), error);
         if (!reply)
             return std::nullopt;
-        const KCValue* contexts = reply->find("PMEpubWebProcessPlugInObjectContextArray");
-        if (!contexts || !contexts->array())
-            continue;
-        for (const auto& context : *contexts->array()) {
-            result.contexts.push_back({index, session.href(index), context["rangeLocation"].uint64Value().value_or(0),
-                context["rangeLength"].uint64Value().value_or(0), context["context"].utf8String()});
-        }
+        for (const auto& context : PMDecodeSearchContextReply(*reply).value_or(std::vector<PMSearchContextEntry> {}))
+            result.contexts.push_back({index, session.href(index), context.rangeLocation, context.rangeLength, KCUTF8FromUTF16(context.context)});
     }
     return result;
 }
 
 std::optional<KCData> PMSnapshotDocument(PMEngineSession& session, size_t index, const KCSize& size, bool viewportOnly, PMError& error)
 {
-    KCDictionary body {{"task", 4},
-        {"PMEpubWebProcessPlugInMessageSnapshotSize", KCValue::fromUTF8(PMStringFromSize(size))},
-        {"PMEpubWebProcessPlugInMessageSnapshotViewportOnly", viewportOnly}};
-    auto reply = session.runTask(body, index, "PMEpubWebProcessPlugInMessageSnapshotTask", error);
+    auto reply = session.runTask(PMDocumentTask::snapshot(index, size, viewportOnly), error);
     if (!reply)
         return std::nullopt;
-    const KCValue* png = reply->find("PMEpubWebProcessPlugInMessageSnapshotData");
-    if (!png || !png->data()) {
+    auto png = PMDecodeSnapshotReply(*reply);
+    if (!png)
         error = engineError("the page could not be drawn");
-        return std::nullopt;
-    }
-    return *png->data();
+    return png;
 }
 
 std::optional<KCSize> PMParseSize(const std::string& text)

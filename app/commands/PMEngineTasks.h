@@ -1,7 +1,7 @@
 #pragma once
 // The engine commands' shared work: open a book in a reader web view and run
 // the plug-in's tasks over its spine documents.
-#include "PMBook.h"
+#include "book/PMBook.h"
 #include "Search/KCLibraryFragmentFilter.h"
 #include "host/PMReaderWebView.h"
 
@@ -48,7 +48,7 @@ struct PMEngineSession {
     const std::string& href(size_t index) const { return book->package().spine[index].path; }
     // A missing spine document is an error, not an empty page.
     std::optional<std::string> documentURI(size_t index, PMError& error) const;
-    std::optional<KCDictionary> runTask(KCDictionary body, size_t index, const std::string& replyName, PMError& error);
+    std::optional<KCValue> runTask(const PMDocumentTask& task, PMError& error);
 };
 
 // The library filter archive beside the unpacked book.

@@ -1,6 +1,6 @@
 // pagemoor search: the sentence contexts of a query, loading only the
 // documents that the library filter cannot rule out.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 #include "PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 // Input, output and option parsing shared by the fold, filter and library commands.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 
 #include "Search/KCLibraryFragmentFilter.h"
 

@@ -1,5 +1,5 @@
 // pagemoor snapshot: a PNG of one spine document, drawn by the web engine.
-#include "PMCommand.h"
+#include "app/PMCommand.h"
 #include "PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 

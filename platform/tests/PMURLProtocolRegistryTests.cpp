@@ -1,5 +1,5 @@
 #include "platform/PMURLProtocolRegistry.h"
-#include "platform/testing/PMRecordingURLProtocolClient.h"
+#include "testing/PMRecordingURLProtocolClient.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "PMPlugInTestSupport.h"
-#include "PMSizeString.h"
+#include "plugin/PMSizeString.h"
 
 namespace {
 

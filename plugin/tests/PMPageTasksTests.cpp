@@ -1,4 +1,4 @@
-#include "PMPNGEncoder.h"
+#include "plugin/PMPNGEncoder.h"
 #include "PMPlugInTestSupport.h"
 #include "Search/KCDocumentFragmentFilter.h"
 #include "Search/KCSearchFolding.h"

@@ -1,7 +1,7 @@
 #pragma once
 // A plug-in wired to the fakes: one process, one page, a clock that only
 // the test moves, and a connection that records every reply.
-#include "PMEpubWebProcessPlugIn.h"
+#include "plugin/PMEpubWebProcessPlugIn.h"
 #include "resources/PMURLProtocol.h"
 #include "testing/PMLogCapture.h"
 #include "testing/PMFakePage.h"

@@ -1,6 +1,6 @@
-#include "PMColorAdditions.h"
+#include "plugin/PMColorAdditions.h"
 #include "PMPlugInTestSupport.h"
-#include "PMScriptBridge.h"
+#include "plugin/PMScriptBridge.h"
 
 #include <cmath>
 

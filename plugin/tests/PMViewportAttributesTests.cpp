@@ -1,6 +1,6 @@
 #include "PMPlugInTestSupport.h"
-#include "PMScriptBridge.h"
-#include "PMViewportAttributes.h"
+#include "plugin/PMScriptBridge.h"
+#include "plugin/PMViewportAttributes.h"
 
 namespace {
 

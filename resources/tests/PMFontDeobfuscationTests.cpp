@@ -1,6 +1,6 @@
 #include "resources/PMURLProtocol.h"
 
-#include "platform/testing/PMLogCapture.h"
+#include "testing/PMLogCapture.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include "resources/PMURLProtocol.h"
 
-#include "platform/testing/PMLogCapture.h"
-#include "platform/testing/PMRecordingMessageConnection.h"
-#include "platform/testing/PMRecordingURLProtocolClient.h"
+#include "testing/PMLogCapture.h"
+#include "testing/PMRecordingMessageConnection.h"
+#include "testing/PMRecordingURLProtocolClient.h"
 
 #include <gtest/gtest.h>
 

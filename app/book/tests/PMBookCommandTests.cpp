@@ -1,6 +1,6 @@
 // The info and resource commands of the pagemoor program, run as a person would.
 #include "PMTestEpub.h"
-#include "tests/PMProgramRunner.h"
+#include "app/tests/PMProgramRunner.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

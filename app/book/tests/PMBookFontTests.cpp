@@ -4,9 +4,9 @@
 #include "resources/PMURLProtocol.h"
 
 #include "PMTestEpub.h"
-#include "platform/testing/PMLogCapture.h"
-#include "platform/testing/PMRecordingMessageConnection.h"
-#include "platform/testing/PMRecordingURLProtocolClient.h"
+#include "testing/PMLogCapture.h"
+#include "testing/PMRecordingMessageConnection.h"
+#include "testing/PMRecordingURLProtocolClient.h"
 
 #include <ft2build.h>
 #include FT_FREETYPE_H

@@ -1,7 +1,7 @@
 // The plug-in inside the real engine: generated books loaded into a web view
 // whose web process runs the extension. Needs a display (xvfb-run -a).
-#include "PMBook.h"
-#include "PMSampleBook.h"
+#include "book/PMBook.h"
+#include "e2e/PMSampleBook.h"
 #include "Search/KCDocumentFragmentFilter.h"
 #include "Search/KCSearchFolding.h"
 #include "Utilities/KCKeyedArchive.h"
@@ -76,12 +76,24 @@ protected:
         return "file://" + m_book->contentsPath() + "/OEBPS/text/chapter" + std::to_string(index + 1) + ".xhtml";
     }
 
+    // Speaks the wire format by hand, as an independent check of the protocol module.
     std::optional<KCDictionary> run(KCDictionary body, size_t index, const std::string& reply)
     {
         body.set(kIndexKey, static_cast<uint64_t>(index));
-        PMError error;
-        auto result = m_view->runTask(body, chapterURI(index), reply, 20, error);
-        EXPECT_TRUE(result) << error.localizedDescription;
+        size_t seen = m_messages.size();
+        std::optional<KCDictionary> result;
+        auto answered = [&] {
+            for (; seen < m_messages.size() && !result; ++seen) {
+                const auto& [name, message] = m_messages[seen];
+                if (name == reply && message.dictionary() && message[kIndexKey].uint64Value() == index)
+                    result = *message.dictionary();
+            }
+            return result.has_value();
+        };
+        m_view->clearFailure();
+        m_view->sendMessage("PrepareForDocumentTask", KCValue(body));
+        m_view->loadDocument(chapterURI(index));
+        EXPECT_TRUE(m_view->runUntil(answered, 20)) << m_view->failure().value_or("no reply");
         return result;
     }
 

@@ -1,5 +1,5 @@
 // The engine commands of the pagemoor program, run as a person runs them.
-#include "PMSampleBook.h"
+#include "e2e/PMSampleBook.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 // The sample books' fonts must be obfuscated exactly as the engine undoes it,
 // or every end-to-end font check would test the wrong thing.
-#include "PMSampleBook.h"
-#include "PMURLProtocol.h"
+#include "e2e/PMSampleBook.h"
+#include "resources/PMURLProtocol.h"
 
 #include <gtest/gtest.h>
 

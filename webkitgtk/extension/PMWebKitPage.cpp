@@ -5,7 +5,7 @@
 #include "PMWebKitDOM.h"
 #include "PMWebKitScript.h"
 #include "Utilities/KCLogger.h"
-#include "webkitgtk/JavaScriptCore/PMJSCScriptContext.h"
+#include "JavaScriptCore/PMJSCScriptContext.h"
 
 #include <nlohmann/json.hpp>
 #include <webkit/webkit-web-process-extension.h>

@@ -1,7 +1,7 @@
 #include "PMBookScheme.h"
 
 #include "Messages/PMWebKitBridgeMessages.h"
-#include "PMURLProtocol.h"
+#include "resources/PMURLProtocol.h"
 #include "Utilities/KCLogger.h"
 #include "platform/PMURLProtocolRegistry.h"
 

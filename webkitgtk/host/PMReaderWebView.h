@@ -6,6 +6,7 @@
 // messages. Everything runs on the GTK main thread; waits are bounded.
 #include "PMBookScheme.h"
 #include "platform/PMError.h"
+#include "plugin/PMPlugInProtocol.h"
 #include "Utilities/KCGeometry.h"
 #include "Utilities/KCValue.h"
 
@@ -16,7 +17,6 @@
 #include <optional>
 #include <string>
 
-class PMEpubWebProcessPlugIn;
 typedef struct _WebKitWebView WebKitWebView;
 typedef struct _WebKitWebContext WebKitWebContext;
 typedef struct _GtkWidget GtkWidget;
@@ -47,7 +47,7 @@ public:
     void setNavigationHandler(NavigationHandler handler) { m_navigationHandler = std::move(handler); }
 
     void sendMessage(const std::string& name, const KCValue& body);
-    void prepareForDocumentTask(const KCDictionary& body) { sendMessage("PrepareForDocumentTask", KCValue(body)); }
+    void prepareForDocumentTask(const PMDocumentTask& task) { sendMessage(PMPrepareForDocumentTaskMessage, KCValue(task.encode())); }
     void loadDocument(const std::string& fileURI);
 
     // Turns the main loop until `done` answers true. False on time-out, on a
@@ -57,9 +57,9 @@ public:
     void clearFailure() { m_failure.reset(); }
     bool webProcessTerminated() const { return m_webProcessTerminated; }
 
-    // Sends the task, loads the document and waits for the reply named
-    // `replyName` that carries the document index. Nothing on failure (error set).
-    std::optional<KCDictionary> runTask(const KCDictionary& prepareBody, const std::string& fileURI, const std::string& replyName, double timeoutSeconds, PMError& error);
+    // Sends the task, loads the document and waits for the task's reply for
+    // the same document index. Nothing on failure (error set).
+    std::optional<KCValue> runTask(const PMDocumentTask& task, const std::string& fileURI, double timeoutSeconds, PMError& error);
 
     // The page's own view of itself: a script's completion value as a
     // string, evaluated in the page's main world. Nothing when it threw.
@@ -84,7 +84,6 @@ private:
     WebKitWebContext* m_context = nullptr;
     WebKitWebView* m_webView = nullptr;
     GtkWidget* m_window = nullptr;
-    std::shared_ptr<PMEpubWebProcessPlugIn> m_policy;  // answers the plug-in's navigation rule
     std::string m_documentURI;
     MessageHandler m_messageHandler;
     NavigationHandler m_navigationHandler;

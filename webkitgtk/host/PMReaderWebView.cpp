@@ -2,7 +2,7 @@
 
 #include "Messages/PMGVariantValue.h"
 #include "Messages/PMWebKitBridgeMessages.h"
-#include "PMEpubWebProcessPlugIn.h"
+#include "plugin/PMNavigationRule.h"
 #include "PMSnapshotImage.h"
 #include "Utilities/KCLogger.h"
 
@@ -96,7 +96,6 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, PMError&
         error = {"PMReaderErrorDomain", 2, "the web process extension is not in " + configuration.extensionDirectory + " (set PAGEMOOR_EXTENSION_DIR)"};
         return false;
     }
-    m_policy = PMEpubWebProcessPlugIn::create({});
     m_context = webkit_web_context_new();
     // The web process only sees what is added to its sandbox before it starts.
     webkit_web_context_add_path_to_sandbox(m_context, configuration.extensionDirectory.c_str(), TRUE);
@@ -153,14 +152,9 @@ void PMReaderWebView::initializeWebProcessExtensions(WebKitWebContext* context, 
     auto* self = static_cast<PMReaderWebView*>(data);
     const PMReaderConfiguration& configuration = self->m_configuration;
     webkit_web_context_set_web_process_extensions_directory(context, configuration.extensionDirectory.c_str());
-    KCDictionary initialization {
-        {"SandboxExtensions", KCArray()},
-        {"BookContentsPath", KCValue::fromUTF8(configuration.book.contentsPath)},
-        {"BookResourceData", configuration.book.resourceData},
-        {"PaginationMode", configuration.book.paginationMode},
-        {"BookInfo", configuration.bookInfo},
-    };
-    webkit_web_context_set_web_process_extensions_initialization_user_data(context, PMGVariantFromKCValue(KCValue(initialization)));
+    PMPlugInInitialization initialization {{}, configuration.book.contentsPath, configuration.book.resourceData,
+        configuration.book.paginationMode, configuration.bookInfo};
+    webkit_web_context_set_web_process_extensions_initialization_user_data(context, PMGVariantFromKCValue(KCValue(PMEncodeInitialization(initialization))));
 }
 
 void PMReaderWebView::sendMessage(const std::string& name, const KCValue& body)
@@ -195,19 +189,19 @@ bool PMReaderWebView::runUntil(const std::function<bool()>& done, double timeout
     return done();
 }
 
-std::optional<KCDictionary> PMReaderWebView::runTask(const KCDictionary& prepareBody, const std::string& fileURI, const std::string& replyName, double timeoutSeconds, PMError& error)
+std::optional<KCValue> PMReaderWebView::runTask(const PMDocumentTask& task, const std::string& fileURI, double timeoutSeconds, PMError& error)
 {
-    const uint64_t documentIndex = prepareBody.find("PMEpubWebProcessPlugInObjectDocumentIndex") ? prepareBody.find("PMEpubWebProcessPlugInObjectDocumentIndex")->uint64Value().value_or(0) : 0;
-    std::optional<KCDictionary> reply;
+    const char* replyName = PMReplyMessageForTask(task.task);
+    std::optional<KCValue> reply;
     MessageHandler previous = m_messageHandler;
     m_messageHandler = [&](const std::string& name, const KCValue& body) {
-        if (name == replyName && body.dictionary() && body["PMEpubWebProcessPlugInObjectDocumentIndex"].uint64Value() == documentIndex)
-            reply = *body.dictionary();
+        if (replyName && name == replyName && PMDecodeReplyDocumentIndex(body) == task.documentIndex)
+            reply = body;
         if (previous)
             previous(name, body);
     };
     m_failure.reset();
-    prepareForDocumentTask(prepareBody);
+    prepareForDocumentTask(task);
     loadDocument(fileURI);
     bool answered = runUntil([&] { return reply.has_value(); }, timeoutSeconds);
     m_messageHandler = previous;
@@ -276,7 +270,7 @@ gboolean PMReaderWebView::decidePolicy(WebKitWebView*, WebKitPolicyDecision* dec
     PMNavigationAction navigation {KCURL::URLWithString(uri ? uri : ""), static_cast<int64_t>(webkit_navigation_action_get_navigation_type(action))};
     // What the rule passes through is the reader's to decide: its own
     // document loads, anything else goes to the navigation handler.
-    if (self->m_policy->decidePolicyForNavigationAction(nullptr, nullptr, navigation) == PMNavigationPolicy::Use || self->m_documentURI == (uri ? uri : "")) {
+    if (PMNavigationPolicyForAction(navigation) == PMNavigationPolicy::Use || self->m_documentURI == (uri ? uri : "")) {
         webkit_policy_decision_use(decision);
     } else {
         if (self->m_navigationHandler)

@@ -12,7 +12,7 @@
 // the book scheme, which the UI side serves through the same protocol.
 #include "Messages/PMGVariantValue.h"
 #include "Messages/PMWebKitBridgeMessages.h"
-#include "PMEpubWebProcessPlugIn.h"
+#include "plugin/PMEpubWebProcessPlugIn.h"
 #include "PMGLibServices.h"
 #include "PMWebKitConnection.h"
 #include "PMWebKitPage.h"
