@@ -20,7 +20,7 @@ public:
     void didReceiveResponse(const PMURLResponse&, PMURLCacheStoragePolicy) override {}
     void didLoadData(std::shared_ptr<const KCData> data) override { this->data = std::move(data); }
     void didFinishLoading() override {}
-    void didFailWithError(const PMError&) override {}
+    void didFailWithError(const KCError&) override {}
     std::shared_ptr<const KCData> data;
 };
 
@@ -72,7 +72,7 @@ void BM_PlainRead(benchmark::State& state)
 {
     const Book& sample = book();
     for (auto _ : state) {
-        PMError error;
+        KCError error;
         auto data = PMReadWholeFile(sample.fontPath, error);
         benchmark::DoNotOptimize(data);
     }

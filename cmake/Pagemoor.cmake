@@ -32,19 +32,19 @@ function(pm_library name)
   endif()
 endfunction()
 
-# pm_tests(NAME SOURCES... DEPS targets... [DEFINES NAME=value...])
+# pm_tests(NAME SOURCES... DEPS targets... [DEFINES NAME=value...] [LABELS label...])
 # One GoogleTest executable; every test case becomes a CTest test.
 function(pm_tests name)
   if(NOT PM_BUILD_TESTS)
     return()
   endif()
-  cmake_parse_arguments(ARG "" "" "SOURCES;DEPS;DEFINES" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPS;DEFINES;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${PM_WARNINGS})
   target_compile_definitions(${name} PRIVATE
     PM_SOURCE_DIR="${CMAKE_SOURCE_DIR}" PM_BINARY_DIR="${CMAKE_BINARY_DIR}" ${ARG_DEFINES})
   target_link_libraries(${name} PRIVATE ${ARG_DEPS} GTest::gtest GTest::gtest_main GTest::gmock)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${ARG_LABELS}")
 endfunction()
 
 if(PM_BUILD_FUZZ)

@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     options.cacheDirectory = cache.string();
     options.limits.maxEntries = 256;
     options.limits.maxTotalBytes = 8 << 20;
-    PMError error;
+    KCError error;
     if (auto book = PMBook::open(epub.string(), options, error))
         book->resourceInformation();
 

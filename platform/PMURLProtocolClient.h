@@ -1,7 +1,7 @@
 #pragma once
 // The receiving end of one load that a custom protocol answers. A load gets a
 // response, then data, then either the end of the load or a failure.
-#include "PMError.h"
+#include "Utilities/KCError.h"
 #include "Utilities/KCURL.h"
 #include "Utilities/KCValue.h"
 
@@ -37,5 +37,5 @@ public:
     // bytes to the engine; null when there is no data.
     virtual void didLoadData(std::shared_ptr<const KCData> data) = 0;
     virtual void didFinishLoading() = 0;
-    virtual void didFailWithError(const PMError& error) = 0;
+    virtual void didFailWithError(const KCError& error) = 0;
 };

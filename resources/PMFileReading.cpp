@@ -18,23 +18,23 @@ struct FileDescriptor {
     }
 };
 
-PMError readError(int code, const std::string& path)
+KCError readError(int code, const std::string& path)
 {
-    return PMPOSIXError(code, "Could not read the book file \u201C" + KCLastPathComponent(path) + "\u201D");
+    return KCPOSIXError(code, "Could not read the book file \u201C" + KCLastPathComponent(path) + "\u201D");
 }
 
 } // namespace
 
-std::optional<KCData> PMReadWholeFile(const std::string& path, PMError& error)
+std::optional<KCData> PMReadWholeFile(const std::string& path, KCError* error)
 {
     FileDescriptor file {::open(path.c_str(), O_RDONLY | O_CLOEXEC)};
     struct stat status {};
     if (file.fd < 0 || ::fstat(file.fd, &status) != 0) {
-        error = readError(errno, path);
+        KCSetError(error, readError(errno, path));
         return std::nullopt;
     }
     if (S_ISDIR(status.st_mode)) {
-        error = readError(EISDIR, path);
+        KCSetError(error, readError(EISDIR, path));
         return std::nullopt;
     }
     // The size is a hint: the file may change while it is read. Past the
@@ -51,7 +51,7 @@ std::optional<KCData> PMReadWholeFile(const std::string& path, PMError& error)
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0) {
-            error = readError(errno, path);
+            KCSetError(error, readError(errno, path));
             return std::nullopt;
         }
         if (count == 0)

@@ -1,6 +1,6 @@
 #pragma once
 // Whole-file reads for the resource protocol: one buffer, one piece.
-#include "platform/PMError.h"
+#include "Utilities/KCError.h"
 #include "Utilities/KCValue.h"
 
 #include <optional>
@@ -8,4 +8,4 @@
 
 // The file's bytes, or nothing with the reason in `error` (a directory, a
 // missing or unreadable file).
-std::optional<KCData> PMReadWholeFile(const std::string& path, PMError& error);
+std::optional<KCData> PMReadWholeFile(const std::string& path, KCError* error);

@@ -235,8 +235,8 @@ void PMURLProtocol::startLoading()
         response.URL = requestedURL;
         response.MIMEType = stringForKey(information, PMResourceMIMETypeKey);
 
-        PMError readError;
-        std::optional<KCData> data = PMReadWholeFile(requestedURL->path(), readError);
+        KCError readError;
+        std::optional<KCData> data = PMReadWholeFile(requestedURL->path(), &readError);
         if (data && namesFontObfuscation(information))
             data = unencryptFontWithAssetInfo(*information, std::move(*data), *requestedURL);
 
@@ -246,7 +246,7 @@ void PMURLProtocol::startLoading()
 
         if (!data) {
             if (configuration->connection)
-                configuration->connection->sendMessageWithName(PMPluginErrorMessage, KCValue::fromUTF8(readError.localizedDescription));
+                configuration->connection->sendMessageWithName(PMPluginErrorMessage, KCValue::fromUTF8(readError.message));
             KCLog("[*] PMURLProtocol startLoading; error = %@", readError.description());
         }
     } catch (const std::exception& exception) {

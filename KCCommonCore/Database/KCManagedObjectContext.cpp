@@ -33,7 +33,7 @@ bool KCManagedObjectContext::p_checkThread(const char* operation) const
     return false;
 }
 
-const KCEntityDescription* KCManagedObjectContext::p_entity(std::string_view name, KCStoreError* error) const
+const KCEntityDescription* KCManagedObjectContext::p_entity(std::string_view name, KCError* error) const
 {
     const KCEntityDescription* entity = m_coordinator ? m_coordinator->managedObjectModel()->entityNamed(name) : nullptr;
     if (!entity) {
@@ -43,7 +43,7 @@ const KCEntityDescription* KCManagedObjectContext::p_entity(std::string_view nam
     return entity;
 }
 
-std::shared_ptr<KCPersistentStore> KCManagedObjectContext::p_store(KCStoreError* error) const
+std::shared_ptr<KCPersistentStore> KCManagedObjectContext::p_store(KCError* error) const
 {
     auto store = m_coordinator ? m_coordinator->persistentStore() : nullptr;
     if (!store)
@@ -170,7 +170,7 @@ void KCManagedObjectContext::p_mergePendingChanges(const KCFetchRequest& request
         objects.resize(request.fetchLimit);
 }
 
-std::optional<std::vector<std::shared_ptr<KCManagedObject>>> KCManagedObjectContext::fetchObjects(const KCFetchRequest& request, KCStoreError* error)
+std::optional<std::vector<std::shared_ptr<KCManagedObject>>> KCManagedObjectContext::fetchObjects(const KCFetchRequest& request, KCError* error)
 {
     if (!p_checkThread("executeFetchRequest")) {
         KCSetStoreError(error, KCStoreErrorWrongThread, "the context was used on another thread");
@@ -200,7 +200,7 @@ std::optional<std::vector<std::shared_ptr<KCManagedObject>>> KCManagedObjectCont
     return objects;
 }
 
-std::optional<KCArray> KCManagedObjectContext::executeFetchRequest(const KCFetchRequest& request, KCStoreError* error)
+std::optional<KCArray> KCManagedObjectContext::executeFetchRequest(const KCFetchRequest& request, KCError* error)
 {
     KCArray results;
     if (request.resultType == KCFetchRequestResultType::ManagedObject) {
@@ -233,7 +233,7 @@ std::optional<KCArray> KCManagedObjectContext::executeFetchRequest(const KCFetch
     return results;
 }
 
-std::optional<size_t> KCManagedObjectContext::countForFetchRequest(const KCFetchRequest& request, KCStoreError* error)
+std::optional<size_t> KCManagedObjectContext::countForFetchRequest(const KCFetchRequest& request, KCError* error)
 {
     if (!p_checkThread("countForFetchRequest")) {
         KCSetStoreError(error, KCStoreErrorWrongThread, "the context was used on another thread");
@@ -260,7 +260,7 @@ std::vector<std::shared_ptr<KCManagedObject>> KCManagedObjectContext::entity(std
     if (!sortKey.empty())
         request.sortDescriptors.push_back({std::string(sortKey), ascending});
     request.fetchLimit = fetchLimit;
-    KCStoreError error;
+    KCError error;
     auto objects = fetchObjects(request, &error);
     if (!objects) {
         KCLog("Failed to fetch %@: %@", entityName, error.description());
@@ -269,7 +269,7 @@ std::vector<std::shared_ptr<KCManagedObject>> KCManagedObjectContext::entity(std
     return std::move(*objects);
 }
 
-std::shared_ptr<KCManagedObject> KCManagedObjectContext::existingObjectWithID(const KCManagedObjectID& objectID, KCStoreError* error)
+std::shared_ptr<KCManagedObject> KCManagedObjectContext::existingObjectWithID(const KCManagedObjectID& objectID, KCError* error)
 {
     if (!p_checkThread("existingObjectWithID")) {
         KCSetStoreError(error, KCStoreErrorWrongThread, "the context was used on another thread");
@@ -307,7 +307,7 @@ std::shared_ptr<KCManagedObject> KCManagedObjectContext::existingObjectWithID(co
     return row ? p_objectForRow(*objectID.entity, std::move(*row)) : nullptr;
 }
 
-bool KCManagedObjectContext::save(KCStoreError* error)
+bool KCManagedObjectContext::save(KCError* error)
 {
     if (!p_checkThread("save"))
         return KCSetStoreError(error, KCStoreErrorWrongThread, "the context was used on another thread");

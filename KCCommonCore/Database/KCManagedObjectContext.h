@@ -35,24 +35,24 @@ public:
 
     // Objects (as object values) or row dictionaries, as the request asks.
     // Object results include this context's unsaved changes; dictionary results show the store only.
-    std::optional<KCArray> executeFetchRequest(const KCFetchRequest& request, KCStoreError* error = nullptr);
-    std::optional<std::vector<std::shared_ptr<KCManagedObject>>> fetchObjects(const KCFetchRequest& request, KCStoreError* error = nullptr);
-    std::optional<size_t> countForFetchRequest(const KCFetchRequest& request, KCStoreError* error = nullptr);
+    std::optional<KCArray> executeFetchRequest(const KCFetchRequest& request, KCError* error = nullptr);
+    std::optional<std::vector<std::shared_ptr<KCManagedObject>>> fetchObjects(const KCFetchRequest& request, KCError* error = nullptr);
+    std::optional<size_t> countForFetchRequest(const KCFetchRequest& request, KCError* error = nullptr);
     // The objects of an entity matching the predicate, sorted by one key; limit 0 means no limit.
     std::vector<std::shared_ptr<KCManagedObject>> entity(std::string_view entityName, std::shared_ptr<const KCPredicate> predicate, std::string_view sortKey, bool ascending, size_t fetchLimit);
-    std::shared_ptr<KCManagedObject> existingObjectWithID(const KCManagedObjectID& objectID, KCStoreError* error = nullptr);
+    std::shared_ptr<KCManagedObject> existingObjectWithID(const KCManagedObjectID& objectID, KCError* error = nullptr);
 
     bool hasChanges() const { return !m_inserted.empty() || !m_updated.empty() || !m_deleted.empty(); }
     // On failure the context keeps its unsaved changes.
-    bool save(KCStoreError* error = nullptr);
+    bool save(KCError* error = nullptr);
 
 private:
     friend class KCManagedObject;
 
     bool p_checkThread(const char* operation) const;
     void p_objectDidChange(KCManagedObject& object);
-    const KCEntityDescription* p_entity(std::string_view name, KCStoreError* error) const;
-    std::shared_ptr<KCPersistentStore> p_store(KCStoreError* error) const;
+    const KCEntityDescription* p_entity(std::string_view name, KCError* error) const;
+    std::shared_ptr<KCPersistentStore> p_store(KCError* error) const;
     std::shared_ptr<KCManagedObject> p_objectForRow(const KCEntityDescription& entity, KCStoreRow&& row);
     bool p_hasPendingChanges(const KCEntityDescription& entity) const;
     void p_mergePendingChanges(const KCFetchRequest& request, const KCEntityDescription& entity, std::vector<std::shared_ptr<KCManagedObject>>& objects) const;

@@ -123,7 +123,7 @@ const KCEntityDescription* KCManagedObjectModel::entityNamed(std::string_view na
     return nullptr;
 }
 
-std::shared_ptr<const KCManagedObjectModel> KCManagedObjectModel::modelWithJSON(std::string_view json, KCStoreError* error)
+std::shared_ptr<const KCManagedObjectModel> KCManagedObjectModel::modelWithJSON(std::string_view json, KCError* error)
 {
     auto fail = [&](const std::string& message) -> std::shared_ptr<const KCManagedObjectModel> {
         KCLog("Invalid object model: %@", message);

@@ -57,7 +57,7 @@ private:
 
 class KCManagedObjectModel {
 public:
-    static std::shared_ptr<const KCManagedObjectModel> modelWithJSON(std::string_view json, KCStoreError* error = nullptr);
+    static std::shared_ptr<const KCManagedObjectModel> modelWithJSON(std::string_view json, KCError* error = nullptr);
 
     int64_t version() const { return m_version; }
     const std::vector<std::unique_ptr<KCEntityDescription>>& entities() const { return m_entities; }

@@ -103,7 +103,7 @@ const char* aggregateFunction(std::string_view function)
     return nullptr;
 }
 
-bool isSQLiteFileOrEmpty(const std::string& path, bool& exists, KCStoreError* error)
+bool isSQLiteFileOrEmpty(const std::string& path, bool& exists, KCError* error)
 {
     struct stat status {};
     exists = ::stat(path.c_str(), &status) == 0;
@@ -122,7 +122,7 @@ bool isSQLiteFileOrEmpty(const std::string& path, bool& exists, KCStoreError* er
 
 } // namespace
 
-std::shared_ptr<KCPersistentStore> KCPersistentStore::open(const KCURL& url, std::shared_ptr<const KCManagedObjectModel> model, const KCPersistentStoreOptions& options, KCStoreError* error)
+std::shared_ptr<KCPersistentStore> KCPersistentStore::open(const KCURL& url, std::shared_ptr<const KCManagedObjectModel> model, const KCPersistentStoreOptions& options, KCError* error)
 {
     if (!url.isFileURL() || url.path().empty()) {
         KCSetStoreError(error, KCStoreErrorCannotOpen, "the store URL " + url.absoluteString() + " is not a file URL");
@@ -162,7 +162,7 @@ std::string KCPersistentStore::identifier() const
 }
 
 // Nothing is written until the file is known to be ours and not newer than the model.
-bool KCPersistentStore::prepareStore(const KCPersistentStoreOptions& options, KCStoreError* error)
+bool KCPersistentStore::prepareStore(const KCPersistentStoreOptions& options, KCError* error)
 {
     std::set<std::string> tables;
     {
@@ -207,7 +207,7 @@ bool KCPersistentStore::prepareStore(const KCPersistentStoreOptions& options, KC
     return createSchema(false, error);
 }
 
-bool KCPersistentStore::needsMigration(bool& needed, KCStoreError* error)
+bool KCPersistentStore::needsMigration(bool& needed, KCError* error)
 {
     needed = metadataValue(m_metadata, KCStoreModelVersionKey).int64Value() != m_model->version();
     for (const auto& entity : m_model->entities()) {
@@ -224,7 +224,7 @@ bool KCPersistentStore::needsMigration(bool& needed, KCStoreError* error)
 }
 
 // Creates what is missing: tables, columns (existing rows take the default) and indexes.
-bool KCPersistentStore::createSchema(bool fresh, KCStoreError* error)
+bool KCPersistentStore::createSchema(bool fresh, KCError* error)
 {
     if (!m_database->execute("BEGIN IMMEDIATE", error))
         return false;
@@ -269,7 +269,7 @@ bool KCPersistentStore::createSchema(bool fresh, KCStoreError* error)
     return true;
 }
 
-bool KCPersistentStore::readMetadata(KCStoreError* error)
+bool KCPersistentStore::readMetadata(KCError* error)
 {
     auto statement = m_database->prepare(std::string("SELECT key, value FROM ") + kMetadataTable + " ORDER BY rowid", error);
     if (!statement)
@@ -286,7 +286,7 @@ bool KCPersistentStore::readMetadata(KCStoreError* error)
     return true;
 }
 
-bool KCPersistentStore::writeMetadata(KCStoreError* error)
+bool KCPersistentStore::writeMetadata(KCError* error)
 {
     if (!m_database->execute(std::string("DELETE FROM ") + kMetadataTable, error))
         return false;
@@ -334,7 +334,7 @@ const KCPersistentStore::EntitySQL& KCPersistentStore::sqlFor(const KCEntityDesc
     return m_entitySQL.emplace(&entity, std::move(sql)).first->second;
 }
 
-bool KCPersistentStore::appendWhere(const KCFetchRequest& request, const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCStoreError* error)
+bool KCPersistentStore::appendWhere(const KCFetchRequest& request, const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCError* error)
 {
     if (!request.predicate)
         return true;
@@ -342,7 +342,7 @@ bool KCPersistentStore::appendWhere(const KCFetchRequest& request, const KCEntit
     return request.predicate->appendSQL(entity, sql, bindings, error);
 }
 
-bool KCPersistentStore::appendOrder(const std::vector<KCSortDescriptor>& sort, const KCEntityDescription& entity, std::string& sql, KCStoreError* error)
+bool KCPersistentStore::appendOrder(const std::vector<KCSortDescriptor>& sort, const KCEntityDescription& entity, std::string& sql, KCError* error)
 {
     for (size_t i = 0; i < sort.size(); ++i) {
         if (!entity.attributeNamed(sort[i].key))
@@ -364,7 +364,7 @@ void KCPersistentStore::readRow(const KCSQLiteStatement& statement, const KCEnti
         row.values.push_back(statement.columnValue(static_cast<int>(i + 2), attributes[i].type));
 }
 
-bool KCPersistentStore::fetchRows(const KCFetchRequest& request, const KCEntityDescription& entity, bool applyLimit, std::vector<KCStoreRow>& rows, KCStoreError* error)
+bool KCPersistentStore::fetchRows(const KCFetchRequest& request, const KCEntityDescription& entity, bool applyLimit, std::vector<KCStoreRow>& rows, KCError* error)
 {
     std::string sql = sqlFor(entity).select;
     std::vector<KCValue> bindings;
@@ -387,7 +387,7 @@ bool KCPersistentStore::fetchRows(const KCFetchRequest& request, const KCEntityD
     return result == SQLITE_DONE || m_database->failure(error, sql);
 }
 
-std::optional<KCStoreRow> KCPersistentStore::fetchRow(const KCEntityDescription& entity, int64_t primaryKey, KCStoreError* error)
+std::optional<KCStoreRow> KCPersistentStore::fetchRow(const KCEntityDescription& entity, int64_t primaryKey, KCError* error)
 {
     auto statement = m_database->prepare(sqlFor(entity).select + " WHERE \"_pk\" = ?", error);
     if (!statement)
@@ -406,7 +406,7 @@ std::optional<KCStoreRow> KCPersistentStore::fetchRow(const KCEntityDescription&
     return std::nullopt;
 }
 
-std::optional<std::vector<KCDictionary>> KCPersistentStore::fetchDictionaries(const KCFetchRequest& request, const KCEntityDescription& entity, KCStoreError* error)
+std::optional<std::vector<KCDictionary>> KCPersistentStore::fetchDictionaries(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error)
 {
     struct Column {
         std::string name;
@@ -486,7 +486,7 @@ std::optional<std::vector<KCDictionary>> KCPersistentStore::fetchDictionaries(co
     return rows;
 }
 
-std::optional<size_t> KCPersistentStore::count(const KCFetchRequest& request, const KCEntityDescription& entity, KCStoreError* error)
+std::optional<size_t> KCPersistentStore::count(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error)
 {
     std::string sql = "SELECT COUNT(*) FROM " + quoted(entity.name());
     std::vector<KCValue> bindings;
@@ -505,7 +505,7 @@ std::optional<size_t> KCPersistentStore::count(const KCFetchRequest& request, co
     return request.fetchLimit ? std::min(total, request.fetchLimit) : total;
 }
 
-bool KCPersistentStore::save(KCStoreChanges& changes, KCStoreError* error)
+bool KCPersistentStore::save(KCStoreChanges& changes, KCError* error)
 {
     if (changes.empty() && !m_metadataToWrite)
         return true;

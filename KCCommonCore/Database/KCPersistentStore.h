@@ -65,7 +65,7 @@ struct KCStoreChanges {
 
 class KCPersistentStore {
 public:
-    static std::shared_ptr<KCPersistentStore> open(const KCURL& url, std::shared_ptr<const KCManagedObjectModel> model, const KCPersistentStoreOptions& options, KCStoreError* error);
+    static std::shared_ptr<KCPersistentStore> open(const KCURL& url, std::shared_ptr<const KCManagedObjectModel> model, const KCPersistentStoreOptions& options, KCError* error);
     ~KCPersistentStore();
 
     const KCURL& URL() const { return m_url; }
@@ -77,13 +77,13 @@ public:
     void setMetadata(const KCDictionary& metadata);
     bool hasMetadataToWrite() const { return m_metadataToWrite; }
 
-    bool fetchRows(const KCFetchRequest& request, const KCEntityDescription& entity, bool applyLimit, std::vector<KCStoreRow>& rows, KCStoreError* error);
-    std::optional<KCStoreRow> fetchRow(const KCEntityDescription& entity, int64_t primaryKey, KCStoreError* error);
-    std::optional<std::vector<KCDictionary>> fetchDictionaries(const KCFetchRequest& request, const KCEntityDescription& entity, KCStoreError* error);
-    std::optional<size_t> count(const KCFetchRequest& request, const KCEntityDescription& entity, KCStoreError* error);
+    bool fetchRows(const KCFetchRequest& request, const KCEntityDescription& entity, bool applyLimit, std::vector<KCStoreRow>& rows, KCError* error);
+    std::optional<KCStoreRow> fetchRow(const KCEntityDescription& entity, int64_t primaryKey, KCError* error);
+    std::optional<std::vector<KCDictionary>> fetchDictionaries(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error);
+    std::optional<size_t> count(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error);
 
     // Applies the changes and any metadata change in one transaction.
-    bool save(KCStoreChanges& changes, KCStoreError* error);
+    bool save(KCStoreChanges& changes, KCError* error);
 
 private:
     struct EntitySQL {
@@ -94,14 +94,14 @@ private:
     };
 
     KCPersistentStore(KCURL url, std::shared_ptr<const KCManagedObjectModel> model, std::unique_ptr<KCSQLiteDatabase> database);
-    bool prepareStore(const KCPersistentStoreOptions& options, KCStoreError* error);
-    bool createSchema(bool fresh, KCStoreError* error);
-    bool readMetadata(KCStoreError* error);
-    bool writeMetadata(KCStoreError* error);
-    bool needsMigration(bool& needed, KCStoreError* error);
+    bool prepareStore(const KCPersistentStoreOptions& options, KCError* error);
+    bool createSchema(bool fresh, KCError* error);
+    bool readMetadata(KCError* error);
+    bool writeMetadata(KCError* error);
+    bool needsMigration(bool& needed, KCError* error);
     const EntitySQL& sqlFor(const KCEntityDescription& entity);
-    bool appendWhere(const KCFetchRequest& request, const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCStoreError* error);
-    bool appendOrder(const std::vector<KCSortDescriptor>& sort, const KCEntityDescription& entity, std::string& sql, KCStoreError* error);
+    bool appendWhere(const KCFetchRequest& request, const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCError* error);
+    bool appendOrder(const std::vector<KCSortDescriptor>& sort, const KCEntityDescription& entity, std::string& sql, KCError* error);
     void readRow(const KCSQLiteStatement& statement, const KCEntityDescription& entity, KCStoreRow& row);
 
     KCURL m_url;

@@ -1,6 +1,6 @@
 #include "KCPersistentStoreCoordinator.h"
 
-std::shared_ptr<KCPersistentStore> KCPersistentStoreCoordinator::addPersistentStore(const std::string& type, const KCURL& url, const KCPersistentStoreOptions& options, KCStoreError* error)
+std::shared_ptr<KCPersistentStore> KCPersistentStoreCoordinator::addPersistentStore(const std::string& type, const KCURL& url, const KCPersistentStoreOptions& options, KCError* error)
 {
     std::lock_guard guard(m_lock);
     if (type != KCSQLiteStoreType) {

@@ -15,7 +15,7 @@ public:
     const std::shared_ptr<const KCManagedObjectModel>& managedObjectModel() const { return m_model; }
 
     // Opens the store at the URL; one store per coordinator.
-    std::shared_ptr<KCPersistentStore> addPersistentStore(const std::string& type, const KCURL& url, const KCPersistentStoreOptions& options, KCStoreError* error);
+    std::shared_ptr<KCPersistentStore> addPersistentStore(const std::string& type, const KCURL& url, const KCPersistentStoreOptions& options, KCError* error);
     std::shared_ptr<KCPersistentStore> persistentStore() const;
 
     KCDictionary metadataForPersistentStore(const KCPersistentStore& store) const;

@@ -62,7 +62,7 @@ void appendQuoted(std::string& sql, std::string_view name)
     sql += '"';
 }
 
-bool appendOperandSQL(const KCExpression& expression, const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCStoreError* error)
+bool appendOperandSQL(const KCExpression& expression, const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCError* error)
 {
     if (expression.type() == KCExpression::Type::Constant) {
         sql += '?';
@@ -222,7 +222,7 @@ bool KCPredicate::evaluateWithObject(const KCKeyValueReading& object) const
     }
 }
 
-bool KCPredicate::appendSQL(const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCStoreError* error) const
+bool KCPredicate::appendSQL(const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCError* error) const
 {
     switch (m_type) {
     case Type::True: sql += '1'; return true;

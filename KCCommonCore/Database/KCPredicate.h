@@ -51,7 +51,7 @@ public:
     enum class Operator { Equal, NotEqual, Less, LessOrEqual, Greater, GreaterOrEqual, In };
 
     // Nothing, logged, for a format that does not parse or whose arguments do not fit.
-    static std::shared_ptr<const KCPredicate> predicateWithFormat(std::string_view format, std::span<const KCValue> arguments, KCStoreError* error = nullptr);
+    static std::shared_ptr<const KCPredicate> predicateWithFormat(std::string_view format, std::span<const KCValue> arguments, KCError* error = nullptr);
     template <typename... Args>
     static std::shared_ptr<const KCPredicate> predicateWithFormat(std::string_view format, const Args&... arguments)
     {
@@ -77,7 +77,7 @@ public:
 
     // Appends the predicate as an SQL condition over the entity's table,
     // adding one binding per '?'. Fails for keys that the entity lacks.
-    bool appendSQL(const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCStoreError* error) const;
+    bool appendSQL(const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCError* error) const;
 
     // The predicate written back in the format language, values inline.
     std::string predicateFormat() const;

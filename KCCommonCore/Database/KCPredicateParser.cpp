@@ -494,7 +494,7 @@ private:
 
 } // namespace
 
-std::shared_ptr<const KCPredicate> KCPredicate::predicateWithFormat(std::string_view format, std::span<const KCValue> arguments, KCStoreError* error)
+std::shared_ptr<const KCPredicate> KCPredicate::predicateWithFormat(std::string_view format, std::span<const KCValue> arguments, KCError* error)
 {
     std::string message;
     auto tokens = Tokenizer(format, arguments).tokenize(message);

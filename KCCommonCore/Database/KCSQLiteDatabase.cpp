@@ -151,7 +151,7 @@ KCValue KCSQLiteStatement::columnValue(int column) const
     }
 }
 
-std::unique_ptr<KCSQLiteDatabase> KCSQLiteDatabase::open(const std::string& path, KCStoreError* error)
+std::unique_ptr<KCSQLiteDatabase> KCSQLiteDatabase::open(const std::string& path, KCError* error)
 {
     sqlite3* database = nullptr;
     int result = sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);
@@ -172,14 +172,14 @@ KCSQLiteDatabase::~KCSQLiteDatabase()
     sqlite3_close_v2(m_database);
 }
 
-bool KCSQLiteDatabase::execute(const std::string& sql, KCStoreError* error)
+bool KCSQLiteDatabase::execute(const std::string& sql, KCError* error)
 {
     if (sqlite3_exec(m_database, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
         return failure(error, sql);
     return true;
 }
 
-KCSQLiteStatement KCSQLiteDatabase::prepare(const std::string& sql, KCStoreError* error)
+KCSQLiteStatement KCSQLiteDatabase::prepare(const std::string& sql, KCError* error)
 {
     auto found = m_statements.find(sql);
     if (found != m_statements.end())
@@ -202,7 +202,7 @@ int64_t KCSQLiteDatabase::lastInsertRowID() const
     return sqlite3_last_insert_rowid(m_database);
 }
 
-bool KCSQLiteDatabase::failure(KCStoreError* error, std::string_view context) const
+bool KCSQLiteDatabase::failure(KCError* error, std::string_view context) const
 {
     return KCSetStoreError(error, sqlite3_extended_errcode(m_database), std::string(sqlite3_errmsg(m_database)) + " (" + std::string(context) + ")", KCSQLiteErrorDomain);
 }

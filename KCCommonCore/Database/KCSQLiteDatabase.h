@@ -51,18 +51,18 @@ private:
 
 class KCSQLiteDatabase {
 public:
-    static std::unique_ptr<KCSQLiteDatabase> open(const std::string& path, KCStoreError* error);
+    static std::unique_ptr<KCSQLiteDatabase> open(const std::string& path, KCError* error);
     ~KCSQLiteDatabase();
     KCSQLiteDatabase(const KCSQLiteDatabase&) = delete;
     KCSQLiteDatabase& operator=(const KCSQLiteDatabase&) = delete;
 
-    bool execute(const std::string& sql, KCStoreError* error);
+    bool execute(const std::string& sql, KCError* error);
     // A statement for the SQL, cached unless the cache is full (long IN lists
     // make many one-off texts); empty on failure, with the error filled.
-    KCSQLiteStatement prepare(const std::string& sql, KCStoreError* error);
+    KCSQLiteStatement prepare(const std::string& sql, KCError* error);
     int64_t lastInsertRowID() const;
     // Fills the error from the connection's last failure; answers false.
-    bool failure(KCStoreError* error, std::string_view context) const;
+    bool failure(KCError* error, std::string_view context) const;
 
     sqlite3* handle() const { return m_database; }
 

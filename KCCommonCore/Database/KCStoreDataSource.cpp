@@ -54,7 +54,7 @@ void KCStoreDataSource::loadPersistentStoreCoordinator()
 
 void KCStoreDataSource::loadPersistentStore()
 {
-    KCStoreError error {KCStoreErrorDomain, KCStoreErrorInvalidModel, "no object model"};
+    KCError error {KCStoreErrorDomain, KCStoreErrorInvalidModel, "no object model"};
     if (m_persistentStoreCoordinator) {
         KCPersistentStoreOptions options;
         options.migratePersistentStoresAutomatically = true;
@@ -89,7 +89,7 @@ bool KCStoreDataSource::saveManagedObjectContext(KCManagedObjectContext& context
             m_metadataDictionaryDirty = false;
         }
     }
-    KCStoreError error;
+    KCError error;
     if (!context.save(&error)) {
         KCLogger::sharedLogger()->logFile("KCStoreDataSource", 134, "Failed to save syncMOC with error: %@", error.description());
         return false;

@@ -1,5 +1,7 @@
 #pragma once
-// The error value of the object store: a domain, a code and a message.
+// The object store's error domains and codes.
+#include "Utilities/KCError.h"
+
 #include <cstdint>
 #include <string>
 
@@ -22,14 +24,5 @@ enum KCStoreErrorCode : int64_t {
     KCStoreErrorInvalidValue = 13,
 };
 
-struct KCStoreError {
-    std::string domain;
-    int64_t code = 0;
-    std::string message;
-
-    // "Error Domain=... Code=... \"message\"", the text a log line prints.
-    std::string description() const;
-};
-
-// Fills *error when the caller asked for it; answers false so call sites can return it.
-bool KCSetStoreError(KCStoreError* error, int64_t code, std::string message, const char* domain = KCStoreErrorDomain);
+// KCSetError with a store error.
+bool KCSetStoreError(KCError* error, int64_t code, std::string message, const char* domain = KCStoreErrorDomain);

@@ -201,7 +201,7 @@ std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredi
     request.propertiesToGroupBy = {"annotationAssetID", "futureProofing2"};
     request.propertiesToFetch = {std::string("annotationAssetID"), std::string("futureProofing2")};
     KCDictionary versions;
-    KCStoreError error;
+    KCError error;
     auto rows = context->executeFetchRequest(request, &error);
     if (!rows) {
         KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", error.description());

@@ -19,12 +19,12 @@ constexpr std::string_view kContainerPath = "META-INF/container.xml";
 constexpr std::string_view kEncryptionPath = "META-INF/encryption.xml";
 constexpr std::string_view kUUIDScheme = "urn:uuid:";
 
-std::optional<std::string> readBookFile(const std::string& contentsPath, std::string_view relativePath, PMError& error)
+std::optional<std::string> readBookFile(const std::string& contentsPath, std::string_view relativePath, KCError* error)
 {
-    PMError readError;
-    auto data = PMReadWholeFile(contentsPath + "/" + std::string(relativePath), readError);
+    KCError readError;
+    auto data = PMReadWholeFile(contentsPath + "/" + std::string(relativePath), &readError);
     if (!data) {
-        error = PMBookError(PMBookErrorCode::MissingFile, KCStringWithFormat("The book has no readable %@ (%@)", relativePath, readError.localizedDescription));
+        KCSetError(error, PMBookError(PMBookErrorCode::MissingFile, KCStringWithFormat("The book has no readable %@ (%@)", relativePath, readError.message)));
         return std::nullopt;
     }
     return std::string(data->begin(), data->end());
@@ -32,13 +32,14 @@ std::optional<std::string> readBookFile(const std::string& contentsPath, std::st
 
 } // namespace
 
-std::optional<PMBook> PMBook::open(const std::string& epubPath, const PMBookOpenOptions& options, PMError& error)
+std::optional<PMBook> PMBook::open(const std::string& epubPath, const PMBookOpenOptions& options, KCError* error)
 {
     std::error_code pathError;
     fs::path cacheDirectory = fs::weakly_canonical(fs::absolute(PMBookCacheDirectory(options.cacheDirectory)), pathError);
     if (pathError) {
-        error = PMBookError(PMBookErrorCode::CacheUnavailable, KCStringWithFormat("The cache directory cannot be used: %@", pathError.message()));
-        KCLog("Cannot open book: %@", error.description());
+        KCError failure = PMBookError(PMBookErrorCode::CacheUnavailable, KCStringWithFormat("The cache directory cannot be used: %@", pathError.message()));
+        KCLog("Cannot open book: %@", failure.description());
+        KCSetError(error, std::move(failure));
         return std::nullopt;
     }
     auto contentsPath = PMUnpackedBookDirectory(epubPath, cacheDirectory.string(), options.limits, error);
@@ -47,19 +48,20 @@ std::optional<PMBook> PMBook::open(const std::string& epubPath, const PMBookOpen
 
     PMBook book;
     book.m_contentsPath = *contentsPath;
-    auto container = readBookFile(book.m_contentsPath, kContainerPath, error);
-    auto packagePath = container ? PMPackagePathFromContainer(*container, error) : std::nullopt;
-    auto packageXML = packagePath ? readBookFile(book.m_contentsPath, *packagePath, error) : std::nullopt;
-    auto package = packageXML ? PMParsePackage(*packageXML, *packagePath, error) : std::nullopt;
+    KCError failure;
+    auto container = readBookFile(book.m_contentsPath, kContainerPath, &failure);
+    auto packagePath = container ? PMPackagePathFromContainer(*container, &failure) : std::nullopt;
+    auto packageXML = packagePath ? readBookFile(book.m_contentsPath, *packagePath, &failure) : std::nullopt;
+    auto package = packageXML ? PMParsePackage(*packageXML, *packagePath, &failure) : std::nullopt;
     if (!package) {
-        KCLog("Cannot open book \u201C%@\u201D: %@", epubPath, error.description());
+        KCLog("Cannot open book \u201C%@\u201D: %@", epubPath, failure.description());
+        KCSetError(error, std::move(failure));
         return std::nullopt;
     }
     book.m_packagePath = *packagePath;
     book.m_package = std::move(*package);
 
-    PMError ignored;
-    if (auto encryption = readBookFile(book.m_contentsPath, kEncryptionPath, ignored))
+    if (auto encryption = readBookFile(book.m_contentsPath, kEncryptionPath, nullptr))
         book.m_encrypted = PMParseEncryption(*encryption);
     return book;
 }

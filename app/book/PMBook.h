@@ -18,7 +18,7 @@ struct PMBookOpenOptions {
 
 class PMBook {
 public:
-    static std::optional<PMBook> open(const std::string& epubPath, const PMBookOpenOptions& options, PMError& error);
+    static std::optional<PMBook> open(const std::string& epubPath, const PMBookOpenOptions& options, KCError* error);
 
     // The root of the unpacked container, without a trailing slash.
     const std::string& contentsPath() const { return m_contentsPath; }

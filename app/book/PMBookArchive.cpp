@@ -33,7 +33,7 @@ std::string zipErrorText(int code)
     return text;
 }
 
-PMError failure(PMBookErrorCode code, const std::string& description)
+KCError failure(PMBookErrorCode code, const std::string& description)
 {
     KCLog("Cannot unpack book: %@", description);
     return PMBookError(code, description);
@@ -50,24 +50,24 @@ bool isSymbolicLink(zip_t* archive, zip_uint64_t index)
 
 // Writes one entry, counting every byte against the archive's budget.
 bool extractEntry(zip_t* archive, zip_uint64_t index, const std::string& name, const std::filesystem::path& target,
-    uint64_t limit, uint64_t& budget, PMError& error)
+    uint64_t limit, uint64_t& budget, KCError* error)
 {
     std::error_code directoryError;
     std::filesystem::create_directories(target.parent_path(), directoryError);
     if (directoryError) {
-        error = failure(PMBookErrorCode::UnsafeArchive, KCStringWithFormat("The entry \u201C%@\u201D cannot be placed: %@", name, directoryError.message()));
+        KCSetError(error, failure(PMBookErrorCode::UnsafeArchive, KCStringWithFormat("The entry \u201C%@\u201D cannot be placed: %@", name, directoryError.message())));
         return false;
     }
     std::unique_ptr<zip_file_t, EntryCloser> entry(zip_fopen_index(archive, index, 0));
     if (!entry) {
-        error = failure(PMBookErrorCode::BrokenArchive, KCStringWithFormat("The entry \u201C%@\u201D cannot be read: %@", name, zip_strerror(archive)));
+        KCSetError(error, failure(PMBookErrorCode::BrokenArchive, KCStringWithFormat("The entry \u201C%@\u201D cannot be read: %@", name, zip_strerror(archive))));
         return false;
     }
     int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
     if (fd < 0) {
         int code = errno;
-        error = failure(code == EEXIST ? PMBookErrorCode::UnsafeArchive : PMBookErrorCode::CacheUnavailable,
-            KCStringWithFormat("The entry \u201C%@\u201D cannot be written: %s", name, std::strerror(code)));
+        KCSetError(error, failure(code == EEXIST ? PMBookErrorCode::UnsafeArchive : PMBookErrorCode::CacheUnavailable,
+            KCStringWithFormat("The entry \u201C%@\u201D cannot be written: %s", name, std::strerror(code))));
         return false;
     }
     std::vector<char> buffer(64 * 1024);
@@ -75,14 +75,14 @@ bool extractEntry(zip_t* archive, zip_uint64_t index, const std::string& name, c
     for (;;) {
         zip_int64_t count = zip_fread(entry.get(), buffer.data(), buffer.size());
         if (count < 0) {
-            error = failure(PMBookErrorCode::BrokenArchive, KCStringWithFormat("The entry \u201C%@\u201D is damaged: %@", name, zip_file_strerror(entry.get())));
+            KCSetError(error, failure(PMBookErrorCode::BrokenArchive, KCStringWithFormat("The entry \u201C%@\u201D is damaged: %@", name, zip_file_strerror(entry.get()))));
             ok = false;
             break;
         }
         if (count == 0)
             break;
         if (static_cast<uint64_t>(count) > budget) {
-            error = failure(PMBookErrorCode::ArchiveTooLarge, KCStringWithFormat("The book unpacks to more than the limit of %llu bytes", static_cast<unsigned long long>(limit)));
+            KCSetError(error, failure(PMBookErrorCode::ArchiveTooLarge, KCStringWithFormat("The book unpacks to more than the limit of %llu bytes", static_cast<unsigned long long>(limit))));
             ok = false;
             break;
         }
@@ -92,7 +92,7 @@ bool extractEntry(zip_t* archive, zip_uint64_t index, const std::string& name, c
             if (written < 0 && errno == EINTR)
                 continue;
             if (written <= 0) {
-                error = failure(PMBookErrorCode::CacheUnavailable, KCStringWithFormat("The entry \u201C%@\u201D cannot be written: %s", name, std::strerror(errno)));
+                KCSetError(error, failure(PMBookErrorCode::CacheUnavailable, KCStringWithFormat("The entry \u201C%@\u201D cannot be written: %s", name, std::strerror(errno))));
                 ok = false;
                 break;
             }
@@ -129,20 +129,20 @@ std::string PMSafeEntryPath(const std::string& name)
     return std::string(rest);
 }
 
-bool PMUnpackArchive(const std::string& archivePath, const std::string& destination, const PMUnpackLimits& limits, PMError& error)
+bool PMUnpackArchive(const std::string& archivePath, const std::string& destination, const PMUnpackLimits& limits, KCError* error)
 {
     int openError = 0;
     std::unique_ptr<zip_t, ArchiveCloser> archive(zip_open(archivePath.c_str(), ZIP_RDONLY, &openError));
     if (!archive) {
         PMBookErrorCode code = openError == ZIP_ER_OPEN || openError == ZIP_ER_READ || openError == ZIP_ER_NOENT
             ? PMBookErrorCode::FileUnreadable : PMBookErrorCode::BrokenArchive;
-        error = failure(code, KCStringWithFormat("\u201C%@\u201D is not a readable EPUB archive: %@", archivePath, zipErrorText(openError)));
+        KCSetError(error, failure(code, KCStringWithFormat("\u201C%@\u201D is not a readable EPUB archive: %@", archivePath, zipErrorText(openError))));
         return false;
     }
     zip_int64_t count = zip_get_num_entries(archive.get(), 0);
     if (count < 0 || static_cast<uint64_t>(count) > limits.maxEntries) {
-        error = failure(PMBookErrorCode::ArchiveTooLarge, KCStringWithFormat("The archive has %lld entries; at most %llu are accepted",
-            static_cast<long long>(count), static_cast<unsigned long long>(limits.maxEntries)));
+        KCSetError(error, failure(PMBookErrorCode::ArchiveTooLarge, KCStringWithFormat("The archive has %lld entries; at most %llu are accepted",
+            static_cast<long long>(count), static_cast<unsigned long long>(limits.maxEntries))));
         return false;
     }
 
@@ -159,24 +159,24 @@ bool PMUnpackArchive(const std::string& archivePath, const std::string& destinat
     for (zip_uint64_t index = 0; index < static_cast<zip_uint64_t>(count); ++index) {
         zip_stat_t status;
         if (zip_stat_index(archive.get(), index, 0, &status) != 0 || !(status.valid & ZIP_STAT_NAME)) {
-            error = failure(PMBookErrorCode::BrokenArchive, KCStringWithFormat("Entry %llu of the archive cannot be read: %@",
-                static_cast<unsigned long long>(index), zip_strerror(archive.get())));
+            KCSetError(error, failure(PMBookErrorCode::BrokenArchive, KCStringWithFormat("Entry %llu of the archive cannot be read: %@",
+                static_cast<unsigned long long>(index), zip_strerror(archive.get()))));
             return false;
         }
         std::string name = status.name;
         std::string path = PMSafeEntryPath(name);
         if (path.empty()) {
-            error = failure(PMBookErrorCode::UnsafeArchive, KCStringWithFormat("The archive entry \u201C%@\u201D would be written outside the book", name));
+            KCSetError(error, failure(PMBookErrorCode::UnsafeArchive, KCStringWithFormat("The archive entry \u201C%@\u201D would be written outside the book", name)));
             return false;
         }
         if (isSymbolicLink(archive.get(), index)) {
-            error = failure(PMBookErrorCode::UnsafeArchive, KCStringWithFormat("The archive entry \u201C%@\u201D is a symbolic link", name));
+            KCSetError(error, failure(PMBookErrorCode::UnsafeArchive, KCStringWithFormat("The archive entry \u201C%@\u201D is a symbolic link", name)));
             return false;
         }
         if (status.valid & ZIP_STAT_SIZE) {
             if (status.size > limits.maxTotalBytes - declared) {
-                error = failure(PMBookErrorCode::ArchiveTooLarge, KCStringWithFormat("The archive declares more than the limit of %llu bytes",
-                    static_cast<unsigned long long>(limits.maxTotalBytes)));
+                KCSetError(error, failure(PMBookErrorCode::ArchiveTooLarge, KCStringWithFormat("The archive declares more than the limit of %llu bytes",
+                    static_cast<unsigned long long>(limits.maxTotalBytes))));
                 return false;
             }
             declared += status.size;
@@ -194,7 +194,7 @@ bool PMUnpackArchive(const std::string& archivePath, const std::string& destinat
             std::error_code directoryError;
             std::filesystem::create_directories(target, directoryError);
             if (directoryError) {
-                error = failure(PMBookErrorCode::UnsafeArchive, KCStringWithFormat("The directory \u201C%@\u201D cannot be made: %@", entry.name, directoryError.message()));
+                KCSetError(error, failure(PMBookErrorCode::UnsafeArchive, KCStringWithFormat("The directory \u201C%@\u201D cannot be made: %@", entry.name, directoryError.message())));
                 return false;
             }
         } else if (!extractEntry(archive.get(), entry.index, entry.name, target, limits.maxTotalBytes, budget, error)) {

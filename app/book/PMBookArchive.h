@@ -3,7 +3,7 @@
 // leave the destination (absolute paths, ".." components, links), and the
 // entry count and the bytes actually written are capped, whatever sizes the
 // central directory declares.
-#include "platform/PMError.h"
+#include "Utilities/KCError.h"
 
 #include <cstdint>
 #include <string>
@@ -16,7 +16,7 @@ struct PMUnpackLimits {
 // Extracts every entry of `archivePath` into the existing, empty directory
 // `destination`. On failure the directory may hold part of the book; the
 // caller removes it.
-bool PMUnpackArchive(const std::string& archivePath, const std::string& destination, const PMUnpackLimits& limits, PMError& error);
+bool PMUnpackArchive(const std::string& archivePath, const std::string& destination, const PMUnpackLimits& limits, KCError* error);
 
 // The entry name as a safe relative path ("OEBPS/a.xhtml"), or empty when it
 // is absolute, has a ".." or "." component, a backslash, or an empty component.

@@ -25,7 +25,7 @@ std::optional<std::string> environment(const char* name)
 }
 
 // Names the unpacked copy of one version of one file.
-std::optional<std::string> bookKey(const std::string& epubPath, PMError& error)
+std::optional<std::string> bookKey(const std::string& epubPath, KCError* error)
 {
     std::error_code pathError;
     fs::path absolute = fs::weakly_canonical(fs::absolute(epubPath), pathError);
@@ -38,8 +38,9 @@ std::optional<std::string> bookKey(const std::string& epubPath, PMError& error)
     else if (!S_ISREG(status.st_mode))
         code = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     if (code) {
-        error = PMBookError(PMBookErrorCode::FileUnreadable, KCStringWithFormat("\u201C%@\u201D cannot be opened: %s", epubPath, std::strerror(code)));
-        KCLog("Cannot open book: %@", error.description());
+        KCError failure = PMBookError(PMBookErrorCode::FileUnreadable, KCStringWithFormat("\u201C%@\u201D cannot be opened: %s", epubPath, std::strerror(code)));
+        KCLog("Cannot open book: %@", failure.description());
+        KCSetError(error, std::move(failure));
         return std::nullopt;
     }
     std::string identity = KCStringWithFormat("%@\n%lld\n%lld.%09ld", absolute.string(), static_cast<long long>(status.st_size),
@@ -52,9 +53,9 @@ std::optional<std::string> bookKey(const std::string& epubPath, PMError& error)
     return key;
 }
 
-PMError cacheError(const std::string& what, const std::string& path, int code)
+KCError cacheError(const std::string& what, const std::string& path, int code)
 {
-    PMError error = PMBookError(PMBookErrorCode::CacheUnavailable, KCStringWithFormat("%@ \u201C%@\u201D: %s", what, path, std::strerror(code)));
+    KCError error = PMBookError(PMBookErrorCode::CacheUnavailable, KCStringWithFormat("%@ \u201C%@\u201D: %s", what, path, std::strerror(code)));
     KCLog("Cannot unpack book: %@", error.description());
     return error;
 }
@@ -73,7 +74,7 @@ std::string PMBookCacheDirectory(const std::optional<std::string>& requested)
 }
 
 std::optional<std::string> PMUnpackedBookDirectory(const std::string& epubPath, const std::string& cacheDirectory,
-    const PMUnpackLimits& limits, PMError& error)
+    const PMUnpackLimits& limits, KCError* error)
 {
     auto key = bookKey(epubPath, error);
     if (!key)
@@ -81,7 +82,7 @@ std::optional<std::string> PMUnpackedBookDirectory(const std::string& epubPath, 
     std::error_code fsError;
     fs::create_directories(cacheDirectory, fsError);
     if (fsError) {
-        error = cacheError("Cannot create the cache directory", cacheDirectory, fsError.value());
+        KCSetError(error, cacheError("Cannot create the cache directory", cacheDirectory, fsError.value()));
         return std::nullopt;
     }
     fs::path final = fs::path(cacheDirectory) / *key;
@@ -90,7 +91,7 @@ std::optional<std::string> PMUnpackedBookDirectory(const std::string& epubPath, 
 
     std::string pattern = (fs::path(cacheDirectory) / ("." + *key + ".XXXXXX")).string();
     if (!::mkdtemp(pattern.data())) {
-        error = cacheError("Cannot create a directory in", cacheDirectory, errno);
+        KCSetError(error, cacheError("Cannot create a directory in", cacheDirectory, errno));
         return std::nullopt;
     }
     fs::path temporary = pattern;
@@ -104,7 +105,7 @@ std::optional<std::string> PMUnpackedBookDirectory(const std::string& epubPath, 
         // Another process finished the same book first: use its copy.
         if ((code == EEXIST || code == ENOTEMPTY) && fs::is_directory(fs::symlink_status(final)))
             return final.string();
-        error = cacheError("Cannot move the unpacked book to", final.string(), code);
+        KCSetError(error, cacheError("Cannot move the unpacked book to", final.string(), code));
         return std::nullopt;
     }
     return final.string();

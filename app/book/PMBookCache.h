@@ -18,4 +18,4 @@ std::string PMBookCacheDirectory(const std::optional<std::string>& requested);
 
 // The directory holding the unpacked book, unpacking it first when needed.
 std::optional<std::string> PMUnpackedBookDirectory(const std::string& epubPath, const std::string& cacheDirectory,
-    const PMUnpackLimits& limits, PMError& error);
+    const PMUnpackLimits& limits, KCError* error);

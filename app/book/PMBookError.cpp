@@ -2,7 +2,7 @@
 
 const char* const PMBookErrorDomain = "PMBookErrorDomain";
 
-PMError PMBookError(PMBookErrorCode code, std::string description)
+KCError PMBookError(PMBookErrorCode code, std::string description)
 {
     return {PMBookErrorDomain, static_cast<int64_t>(code), std::move(description)};
 }

@@ -1,6 +1,6 @@
 #pragma once
 // Errors of opening a book.
-#include "platform/PMError.h"
+#include "Utilities/KCError.h"
 
 #include <string>
 
@@ -16,4 +16,4 @@ enum class PMBookErrorCode : int64_t {
     CacheUnavailable = 7, // the cache directory cannot be created or written
 };
 
-PMError PMBookError(PMBookErrorCode code, std::string description);
+KCError PMBookError(PMBookErrorCode code, std::string description);

@@ -87,7 +87,7 @@ std::string directoryOf(std::string_view path)
     return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash + 1));
 }
 
-PMError malformed(const std::string& description)
+KCError malformed(const std::string& description)
 {
     KCLog("Cannot read book: %@", description);
     return PMBookError(PMBookErrorCode::MalformedXML, description);
@@ -137,12 +137,12 @@ std::string PMResolveContainerPath(std::string_view baseDirectory, std::string_v
     return path;
 }
 
-std::optional<std::string> PMPackagePathFromContainer(std::string_view containerXML, PMError& error)
+std::optional<std::string> PMPackagePathFromContainer(std::string_view containerXML, KCError* error)
 {
     Document document = parse(containerXML, "container.xml");
     const xmlNode* root = document ? xmlDocGetRootElement(document.get()) : nullptr;
     if (!isElement(root, "container")) {
-        error = malformed("META-INF/container.xml is not a container document");
+        KCSetError(error, malformed("META-INF/container.xml is not a container document"));
         return std::nullopt;
     }
     std::optional<std::string> found;
@@ -155,16 +155,16 @@ std::optional<std::string> PMPackagePathFromContainer(std::string_view container
             found = path;
     });
     if (!found)
-        error = malformed("META-INF/container.xml names no package document");
+        KCSetError(error, malformed("META-INF/container.xml names no package document"));
     return found;
 }
 
-std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::string& packagePath, PMError& error)
+std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::string& packagePath, KCError* error)
 {
     Document document = parse(packageXML, packagePath.c_str());
     const xmlNode* root = document ? xmlDocGetRootElement(document.get()) : nullptr;
     if (!isElement(root, "package")) {
-        error = malformed(KCStringWithFormat("The package document \u201C%@\u201D cannot be read", packagePath));
+        KCSetError(error, malformed(KCStringWithFormat("The package document \u201C%@\u201D cannot be read", packagePath)));
         return std::nullopt;
     }
     PMPackage package;

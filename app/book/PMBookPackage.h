@@ -2,7 +2,7 @@
 // The XML documents of an EPUB container: META-INF/container.xml names the
 // package document; the package gives the metadata, the manifest and the
 // spine; META-INF/encryption.xml names the obfuscated resources.
-#include "platform/PMError.h"
+#include "Utilities/KCError.h"
 
 #include <optional>
 #include <string>
@@ -39,9 +39,9 @@ struct PMEncryptedResource {
 };
 
 // The container-relative path of the first package document.
-std::optional<std::string> PMPackagePathFromContainer(std::string_view containerXML, PMError& error);
+std::optional<std::string> PMPackagePathFromContainer(std::string_view containerXML, KCError* error);
 // `packagePath` is where the package lies in the container; hrefs resolve against it.
-std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::string& packagePath, PMError& error);
+std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::string& packagePath, KCError* error);
 // Unparseable or empty documents give no entries (logged).
 std::vector<PMEncryptedResource> PMParseEncryption(std::string_view encryptionXML);
 

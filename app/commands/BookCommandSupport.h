@@ -10,9 +10,9 @@ inline std::optional<PMBook> PMOpenBookArgument(const std::string& path, const P
 {
     PMBookOpenOptions options;
     options.cacheDirectory = arguments.option("cache-dir");
-    PMError error;
-    auto book = PMBook::open(path, options, error);
+    KCError error;
+    auto book = PMBook::open(path, options, &error);
     if (!book)
-        PMFail(error.localizedDescription);
+        PMFail(error.message);
     return book;
 }

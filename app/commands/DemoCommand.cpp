@@ -43,17 +43,17 @@ int runDemoCommand(const std::vector<std::string>& args)
 
     PMResultWriter out;
     out << "Pagemoor reading engine demo\n\nBook: " << PM_SAMPLE_BOOK << '\n';
-    PMError error;
-    auto session = PMEngineSession::open(PM_SAMPLE_BOOK, {600, 800}, error);
+    KCError error;
+    auto session = PMEngineSession::open(PM_SAMPLE_BOOK, {600, 800}, &error);
     if (!session)
-        return PMFail(error.localizedDescription);
+        return PMFail(error.message);
     out << "Title: " << session->book->package().title << " (" << session->documentCount() << " spine documents, unpacked in "
               << session->book->contentsPath() << ")\n\n";
 
     out << "Indexing every document with the plug-in's filter task...\n";
-    auto library = PMIndexBook(*session, false, error);
+    auto library = PMIndexBook(*session, false, &error);
     if (!library)
-        return PMFail(error.localizedDescription);
+        return PMFail(error.message);
     std::string libraryPath = PMDefaultLibraryPath(*session);
     if (!PMWriteFileAtomically(libraryPath, KCKeyedArchiver::archivedDataWithRootObject(KCValue(library))))
         return PMFail("cannot write " + libraryPath);
@@ -61,18 +61,18 @@ int runDemoCommand(const std::vector<std::string>& args)
 
     for (const char* query : kQueries) {
         out << "Search \"" << query << "\":\n";
-        auto result = PMSearchBook(*session, library.get(), query, error);
+        auto result = PMSearchBook(*session, library.get(), query, &error);
         if (!result)
-            return PMFail(error.localizedDescription);
+            return PMFail(error.message);
         printSearch(*result);
     }
 
     std::string snapshotPath = arguments.option("output").value_or(
         (std::filesystem::path(PMBookCacheDirectory(std::nullopt)).parent_path() / "pagemoor-demo-snapshot.png").string());
     out << "\nDrawing document 0 at 600x800 with the snapshot task...\n";
-    auto png = PMSnapshotDocument(*session, 0, {600, 800}, false, error);
+    auto png = PMSnapshotDocument(*session, 0, {600, 800}, false, &error);
     if (!png)
-        return PMFail(error.localizedDescription);
+        return PMFail(error.message);
     if (!PMWriteFileAtomically(snapshotPath, *png))
         return PMFail("cannot write " + snapshotPath);
     out << "    snapshot written to " << snapshotPath << '\n';

@@ -21,13 +21,13 @@ int runIndexCommand(const std::vector<std::string>& args)
     PMSeparateResultsFromLogs();
 
     auto start = std::chrono::steady_clock::now();
-    PMError error;
-    auto session = PMEngineSession::open(arguments.positionals()[0], {600, 800}, error);
+    KCError error;
+    auto session = PMEngineSession::open(arguments.positionals()[0], {600, 800}, &error);
     if (!session)
-        return PMFail(error.localizedDescription);
-    auto library = PMIndexBook(*session, true, error);
+        return PMFail(error.message);
+    auto library = PMIndexBook(*session, true, &error);
     if (!library)
-        return PMFail(error.localizedDescription);
+        return PMFail(error.message);
     std::string path = arguments.option("output").value_or(PMDefaultLibraryPath(*session));
     if (!PMWriteFileAtomically(path, KCKeyedArchiver::archivedDataWithRootObject(KCValue(library))))
         return PMFail("cannot write " + path);

@@ -21,7 +21,7 @@ namespace {
 
 constexpr double kTaskTimeoutSeconds = 60;
 
-PMError engineError(const std::string& text)
+KCError engineError(const std::string& text)
 {
     return {"PMEngineErrorDomain", 1, text};
 }
@@ -80,7 +80,7 @@ std::optional<int> PMEnsureDisplay()
     return PMFail("there is no display and xvfb-run could not be started");
 }
 
-std::unique_ptr<PMEngineSession> PMEngineSession::open(const std::string& epubPath, const KCSize& viewSize, PMError& error)
+std::unique_ptr<PMEngineSession> PMEngineSession::open(const std::string& epubPath, const KCSize& viewSize, KCError* error)
 {
     auto book = PMBook::open(epubPath, {}, error);
     if (!book)
@@ -90,7 +90,7 @@ std::unique_ptr<PMEngineSession> PMEngineSession::open(const std::string& epubPa
     for (const auto& item : session->book->package().spine)
         session->documentPaths.push_back(item.path.empty() ? std::string() : session->book->contentsPath() + "/" + item.path);
     if (session->documentPaths.empty()) {
-        error = engineError(epubPath + ": the book has no spine documents");
+        KCSetError(error, engineError(epubPath + ": the book has no spine documents"));
         return nullptr;
     }
 
@@ -107,15 +107,15 @@ std::unique_ptr<PMEngineSession> PMEngineSession::open(const std::string& epubPa
     return session;
 }
 
-std::optional<std::string> PMEngineSession::documentURI(size_t index, PMError& error) const
+std::optional<std::string> PMEngineSession::documentURI(size_t index, KCError* error) const
 {
     if (index >= documentPaths.size()) {
-        error = engineError(KCStringWithFormat("there is no spine document %lu (the book has %lu)", static_cast<unsigned long>(index), static_cast<unsigned long>(documentPaths.size())));
+        KCSetError(error, engineError(KCStringWithFormat("there is no spine document %lu (the book has %lu)", static_cast<unsigned long>(index), static_cast<unsigned long>(documentPaths.size()))));
         return std::nullopt;
     }
     const std::string& path = documentPaths[index];
     if (path.empty() || !g_file_test(path.c_str(), G_FILE_TEST_IS_REGULAR)) {
-        error = engineError(KCStringWithFormat("spine document %lu (%s) is missing from the book", static_cast<unsigned long>(index), href(index).c_str()));
+        KCSetError(error, engineError(KCStringWithFormat("spine document %lu (%s) is missing from the book", static_cast<unsigned long>(index), href(index).c_str())));
         return std::nullopt;
     }
     char* uri = g_filename_to_uri(path.c_str(), nullptr, nullptr);
@@ -124,7 +124,7 @@ std::optional<std::string> PMEngineSession::documentURI(size_t index, PMError& e
     return result;
 }
 
-std::optional<KCValue> PMEngineSession::runTask(const PMDocumentTask& task, PMError& error)
+std::optional<KCValue> PMEngineSession::runTask(const PMDocumentTask& task, KCError* error)
 {
     auto uri = documentURI(task.documentIndex, error);
     if (!uri)
@@ -137,7 +137,7 @@ std::string PMDefaultLibraryPath(const PMEngineSession& session)
     return session.book->contentsPath() + ".library";
 }
 
-std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, bool showProgress, PMError& error)
+std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, bool showProgress, KCError* error)
 {
     // The sizing that the plug-in uses for each document.
     auto library = std::make_shared<KCLibraryFragmentFilter>(KCLibraryFilterSpecification {1.0, 1, 4});
@@ -150,7 +150,7 @@ std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, b
         auto archive = PMDecodeBloomFilterReply(*reply);
         auto filter = archive ? KCDocumentFragmentFilter::unarchivedFilter(*archive) : nullptr;
         if (!filter) {
-            error = engineError("document " + std::to_string(index) + " came back without a filter");
+            KCSetError(error, engineError("document " + std::to_string(index) + " came back without a filter"));
             return nullptr;
         }
         library->addFilter(filter, KCValue(static_cast<uint64_t>(index)));
@@ -158,7 +158,7 @@ std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, b
     return library;
 }
 
-std::optional<PMSearchResult> PMSearchBook(PMEngineSession& session, const KCLibraryFragmentFilter* library, const std::string& query, PMError& error)
+std::optional<PMSearchResult> PMSearchBook(PMEngineSession& session, const KCLibraryFragmentFilter* library, const std::string& query, KCError* error)
 {
     std::vector<uint64_t> candidates;
     if (library) {
@@ -185,14 +185,14 @@ std::optional<PMSearchResult> PMSearchBook(PMEngineSession& session, const KCLib
     return result;
 }
 
-std::optional<KCData> PMSnapshotDocument(PMEngineSession& session, size_t index, const KCSize& size, bool viewportOnly, PMError& error)
+std::optional<KCData> PMSnapshotDocument(PMEngineSession& session, size_t index, const KCSize& size, bool viewportOnly, KCError* error)
 {
     auto reply = session.runTask(PMDocumentTask::snapshot(index, size, viewportOnly), error);
     if (!reply)
         return std::nullopt;
     auto png = PMDecodeSnapshotReply(*reply);
     if (!png)
-        error = engineError("the page could not be drawn");
+        KCSetError(error, engineError("the page could not be drawn"));
     return png;
 }
 

@@ -42,20 +42,20 @@ struct PMEngineSession {
     std::unique_ptr<PMReaderWebView> view;
     std::vector<std::string> documentPaths;  // per spine index; empty when the item names no file
 
-    static std::unique_ptr<PMEngineSession> open(const std::string& epubPath, const KCSize& viewSize, PMError& error);
+    static std::unique_ptr<PMEngineSession> open(const std::string& epubPath, const KCSize& viewSize, KCError* error);
     size_t documentCount() const { return documentPaths.size(); }
     // The spine document's path relative to the contents path.
     const std::string& href(size_t index) const { return book->package().spine[index].path; }
     // A missing spine document is an error, not an empty page.
-    std::optional<std::string> documentURI(size_t index, PMError& error) const;
-    std::optional<KCValue> runTask(const PMDocumentTask& task, PMError& error);
+    std::optional<std::string> documentURI(size_t index, KCError* error) const;
+    std::optional<KCValue> runTask(const PMDocumentTask& task, KCError* error);
 };
 
 // The library filter archive beside the unpacked book.
 std::string PMDefaultLibraryPath(const PMEngineSession& session);
 
 // Every spine document loaded with task 1; `progress` is told each index.
-std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, bool showProgress, PMError& error);
+std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, bool showProgress, KCError* error);
 
 struct PMSearchContext {
     uint64_t documentIndex = 0;
@@ -73,10 +73,10 @@ struct PMSearchResult {
 
 // The candidates of the folded query (every document when `library` is
 // null) loaded with task 2.
-std::optional<PMSearchResult> PMSearchBook(PMEngineSession& session, const KCLibraryFragmentFilter* library, const std::string& query, PMError& error);
+std::optional<PMSearchResult> PMSearchBook(PMEngineSession& session, const KCLibraryFragmentFilter* library, const std::string& query, KCError* error);
 
 // Task 4: PNG data of the document at the requested size.
-std::optional<KCData> PMSnapshotDocument(PMEngineSession& session, size_t index, const KCSize& size, bool viewportOnly, PMError& error);
+std::optional<KCData> PMSnapshotDocument(PMEngineSession& session, size_t index, const KCSize& size, bool viewportOnly, KCError* error);
 
 // "600x800" -> {600, 800}; nothing for anything else.
 std::optional<KCSize> PMParseSize(const std::string& text);

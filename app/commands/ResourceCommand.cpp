@@ -27,7 +27,7 @@ public:
     void didReceiveResponse(const PMURLResponse& response, PMURLCacheStoragePolicy) override { this->response = response; }
     void didLoadData(std::shared_ptr<const KCData> data) override { this->data = std::move(data); }
     void didFinishLoading() override { finished = true; }
-    void didFailWithError(const PMError& error) override { failure = error.localizedDescription; }
+    void didFailWithError(const KCError& error) override { failure = error.message; }
 
     std::optional<PMURLResponse> response;
     std::shared_ptr<const KCData> data;

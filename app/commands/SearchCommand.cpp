@@ -24,10 +24,10 @@ int runSearchCommand(const std::vector<std::string>& args)
         return *status;
     PMSeparateResultsFromLogs();
 
-    PMError error;
-    auto session = PMEngineSession::open(arguments.positionals()[0], {600, 800}, error);
+    KCError error;
+    auto session = PMEngineSession::open(arguments.positionals()[0], {600, 800}, &error);
     if (!session)
-        return PMFail(error.localizedDescription);
+        return PMFail(error.message);
 
     // --all loads every document, as a search without a filter would.
     std::shared_ptr<KCLibraryFragmentFilter> library;
@@ -39,17 +39,17 @@ int runSearchCommand(const std::vector<std::string>& args)
             if (!library)
                 return PMFail(path + " is not an archived library fragment filter");
         } else {
-            library = PMIndexBook(*session, true, error);
+            library = PMIndexBook(*session, true, &error);
             if (!library)
-                return PMFail(error.localizedDescription);
+                return PMFail(error.message);
             if (!PMWriteFileAtomically(path, KCKeyedArchiver::archivedDataWithRootObject(KCValue(library))))
                 return PMFail("cannot write " + path);
         }
     }
 
-    auto result = PMSearchBook(*session, library.get(), query, error);
+    auto result = PMSearchBook(*session, library.get(), query, &error);
     if (!result)
-        return PMFail(error.localizedDescription);
+        return PMFail(error.message);
     PMResultWriter out;
     if (arguments.flag("json")) {
         nlohmann::json contexts = nlohmann::json::array();

@@ -25,13 +25,13 @@ int runSnapshotCommand(const std::vector<std::string>& args)
         return *status;
     PMSeparateResultsFromLogs();
 
-    PMError error;
-    auto session = PMEngineSession::open(arguments.positionals()[0], *size, error);
+    KCError error;
+    auto session = PMEngineSession::open(arguments.positionals()[0], *size, &error);
     if (!session)
-        return PMFail(error.localizedDescription);
-    auto png = PMSnapshotDocument(*session, static_cast<size_t>(*index), *size, arguments.flag("viewport-only"), error);
+        return PMFail(error.message);
+    auto png = PMSnapshotDocument(*session, static_cast<size_t>(*index), *size, arguments.flag("viewport-only"), &error);
     if (!png)
-        return PMFail(error.localizedDescription);
+        return PMFail(error.message);
     if (!PMWriteFileAtomically(*output, *png))
         return PMFail("cannot write " + *output);
     PMResultWriter out;

@@ -21,7 +21,7 @@ void PMRecordingURLProtocolClient::didFinishLoading()
     record({Callback::Finished, {}, {}, nullptr, {}});
 }
 
-void PMRecordingURLProtocolClient::didFailWithError(const PMError& error)
+void PMRecordingURLProtocolClient::didFailWithError(const KCError& error)
 {
     record({Callback::Failed, {}, {}, nullptr, error});
 }

@@ -13,13 +13,13 @@ public:
         PMURLResponse response;  // Response
         PMURLCacheStoragePolicy policy = PMURLCacheStoragePolicy::Allowed;
         std::shared_ptr<const KCData> data;  // Data; null when the protocol passed none
-        PMError error;  // Failed
+        KCError error;  // Failed
     };
 
     void didReceiveResponse(const PMURLResponse& response, PMURLCacheStoragePolicy policy) override;
     void didLoadData(std::shared_ptr<const KCData> data) override;
     void didFinishLoading() override;
-    void didFailWithError(const PMError& error) override;
+    void didFailWithError(const KCError& error) override;
 
     std::vector<Event> events() const;
     std::vector<Callback> callbacks() const;

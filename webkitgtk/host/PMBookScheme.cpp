@@ -15,12 +15,12 @@ public:
     void didReceiveResponse(const PMURLResponse& response, PMURLCacheStoragePolicy) override { this->response = response; }
     void didLoadData(std::shared_ptr<const KCData> data) override { this->data = std::move(data); }
     void didFinishLoading() override { finished = true; }
-    void didFailWithError(const PMError& error) override { this->error = error; }
+    void didFailWithError(const KCError& error) override { this->error = error; }
 
     std::optional<PMURLResponse> response;
     std::shared_ptr<const KCData> data;
     bool finished = false;
-    std::optional<PMError> error;
+    std::optional<KCError> error;
 };
 
 void finishWithError(WebKitURISchemeRequest* request, const std::string& message)
@@ -38,7 +38,7 @@ void serveBookFile(WebKitURISchemeRequest* request, gpointer)
     auto load = fileURI ? PMURLProtocolRegistry::shared().startLoading(PMURLRequest(KCURL::URLWithString(*fileURI)), client) : nullptr;
     if (!load || !client->response || !client->finished) {
         KCLog("Book file not served: %s", uri ? uri : "");
-        finishWithError(request, client->error ? client->error->localizedDescription : std::string("not a book file"));
+        finishWithError(request, client->error ? client->error->message : std::string("not a book file"));
         return;
     }
     // The stream keeps the shared bytes alive; no copy.

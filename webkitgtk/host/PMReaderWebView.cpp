@@ -77,7 +77,7 @@ std::string PMWebExtensionDirectory()
     return PM_WEB_EXTENSION_DIR;
 }
 
-std::unique_ptr<PMReaderWebView> PMReaderWebView::create(const PMReaderConfiguration& configuration, PMError& error)
+std::unique_ptr<PMReaderWebView> PMReaderWebView::create(const PMReaderConfiguration& configuration, KCError* error)
 {
     std::unique_ptr<PMReaderWebView> view(new PMReaderWebView);
     if (!view->start(configuration, error))
@@ -85,15 +85,15 @@ std::unique_ptr<PMReaderWebView> PMReaderWebView::create(const PMReaderConfigura
     return view;
 }
 
-bool PMReaderWebView::start(const PMReaderConfiguration& configuration, PMError& error)
+bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError* error)
 {
     m_configuration = configuration;
     if (!gtk_init_check()) {
-        error = {"PMReaderErrorDomain", 1, "cannot open a display (run under xvfb-run)"};
+        KCSetError(error, {"PMReaderErrorDomain", 1, "cannot open a display (run under xvfb-run)"});
         return false;
     }
     if (!g_file_test((configuration.extensionDirectory + "/libpagemoor-web-extension.so").c_str(), G_FILE_TEST_EXISTS)) {
-        error = {"PMReaderErrorDomain", 2, "the web process extension is not in " + configuration.extensionDirectory + " (set PAGEMOOR_EXTENSION_DIR)"};
+        KCSetError(error, {"PMReaderErrorDomain", 2, "the web process extension is not in " + configuration.extensionDirectory + " (set PAGEMOOR_EXTENSION_DIR)"});
         return false;
     }
     m_context = webkit_web_context_new();
@@ -123,8 +123,8 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, PMError&
     m_documentURI = "about:blank";
     webkit_web_view_load_uri(m_webView, "about:blank");
     if (!runUntil([this] { return m_pageReady && m_loadFinished; }, configuration.startTimeoutSeconds)) {
-        error = {"PMReaderErrorDomain", 3, m_pageReady ? m_failure.value_or("the first page did not load")
-                                                       : "the web process extension did not start (" + m_failure.value_or("no answer") + ")"};
+        KCSetError(error, {"PMReaderErrorDomain", 3, m_pageReady ? m_failure.value_or("the first page did not load")
+                                                                   : "the web process extension did not start (" + m_failure.value_or("no answer") + ")"});
         return false;
     }
     return true;
@@ -189,7 +189,7 @@ bool PMReaderWebView::runUntil(const std::function<bool()>& done, double timeout
     return done();
 }
 
-std::optional<KCValue> PMReaderWebView::runTask(const PMDocumentTask& task, const std::string& fileURI, double timeoutSeconds, PMError& error)
+std::optional<KCValue> PMReaderWebView::runTask(const PMDocumentTask& task, const std::string& fileURI, double timeoutSeconds, KCError* error)
 {
     const char* replyName = PMReplyMessageForTask(task.task);
     std::optional<KCValue> reply;
@@ -206,7 +206,7 @@ std::optional<KCValue> PMReaderWebView::runTask(const PMDocumentTask& task, cons
     bool answered = runUntil([&] { return reply.has_value(); }, timeoutSeconds);
     m_messageHandler = previous;
     if (!answered) {
-        error = {"PMReaderErrorDomain", 4, fileURI + ": " + m_failure.value_or("no reply")};
+        KCSetError(error, {"PMReaderErrorDomain", 4, fileURI + ": " + m_failure.value_or("no reply")});
         return std::nullopt;
     }
     return reply;

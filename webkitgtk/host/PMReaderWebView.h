@@ -5,7 +5,7 @@
 // plug-in's rule, supplies snapshots, and gives the reader the plug-in's
 // messages. Everything runs on the GTK main thread; waits are bounded.
 #include "PMBookScheme.h"
-#include "platform/PMError.h"
+#include "Utilities/KCError.h"
 #include "plugin/PMPlugInProtocol.h"
 #include "Utilities/KCGeometry.h"
 #include "Utilities/KCValue.h"
@@ -36,7 +36,7 @@ public:
 
     // Nothing (with the reason) when the display, the engine or the extension
     // cannot be brought up within the start time-out.
-    static std::unique_ptr<PMReaderWebView> create(const PMReaderConfiguration& configuration, PMError& error);
+    static std::unique_ptr<PMReaderWebView> create(const PMReaderConfiguration& configuration, KCError* error);
     ~PMReaderWebView();
     PMReaderWebView(const PMReaderWebView&) = delete;
     PMReaderWebView& operator=(const PMReaderWebView&) = delete;
@@ -59,7 +59,7 @@ public:
 
     // Sends the task, loads the document and waits for the task's reply for
     // the same document index. Nothing on failure (error set).
-    std::optional<KCValue> runTask(const PMDocumentTask& task, const std::string& fileURI, double timeoutSeconds, PMError& error);
+    std::optional<KCValue> runTask(const PMDocumentTask& task, const std::string& fileURI, double timeoutSeconds, KCError* error);
 
     // The page's own view of itself: a script's completion value as a
     // string, evaluated in the page's main world. Nothing when it threw.
@@ -69,7 +69,7 @@ public:
 
 private:
     PMReaderWebView() = default;
-    bool start(const PMReaderConfiguration& configuration, PMError& error);
+    bool start(const PMReaderConfiguration& configuration, KCError* error);
     void receive(const std::string& name, const KCValue& body);
 
     static void initializeWebProcessExtensions(WebKitWebContext* context, gpointer self);

@@ -76,7 +76,7 @@ TEST(KCPredicate, MalformedFormatsFailCleanly)
         "title ==[c] 'x'", "title == 'open", "title == 1 AND", "== 1", "%@ == %@", "title == %q", "title", "NOT title",
         "{1, title} IN {1}", "(title) AND (count)", "1 == 2 == 3", "title == 12abc", "title ~ 1", "%K == 1"};
     for (const char* format : formats) {
-        KCStoreError error;
+        KCError error;
         KCValue argument(1);
         EXPECT_FALSE(KCPredicate::predicateWithFormat(format, std::span<const KCValue>(&argument, 1), &error)) << format;
         EXPECT_EQ(error.code, KCStoreErrorInvalidPredicate) << format;
@@ -102,7 +102,7 @@ TEST(KCPredicate, CompilesToSQLWithBoundValuesOnly)
     EXPECT_EQ(bindings[0], KCValue(u"x' OR '1'='1"));
     EXPECT_TRUE(bindings[3].isNull());
 
-    KCStoreError error;
+    KCError error;
     sql.clear();
     EXPECT_FALSE(KCPredicate::predicateWithFormat("nosuchkey IN {}")->appendSQL(item, sql, bindings, &error));
     EXPECT_EQ(error.code, KCStoreErrorUnknownKey);

@@ -52,7 +52,7 @@ inline std::shared_ptr<const KCManagedObjectModel> KCTestModel(int version = 2)
     return KCManagedObjectModel::modelWithJSON(KCTestModelJSON(version));
 }
 
-inline std::shared_ptr<KCPersistentStoreCoordinator> KCOpenTestStore(const KCURL& url, int version = 2, KCStoreError* error = nullptr)
+inline std::shared_ptr<KCPersistentStoreCoordinator> KCOpenTestStore(const KCURL& url, int version = 2, KCError* error = nullptr)
 {
     auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCTestModel(version));
     KCPersistentStoreOptions options {true, true};

@@ -123,7 +123,7 @@ TEST(KCStore, ChangedPropertiesWinOverStoredOnesWhenContextsCollide)
     reader.deleteObject(stored);
     ASSERT_TRUE(reader.save());
     inA->setValue(KCValue(u"late"), "title");
-    KCStoreError error;
+    KCError error;
     EXPECT_FALSE(a.save(&error));
     EXPECT_EQ(error.code, KCStoreErrorObjectDeleted);
     EXPECT_TRUE(inA->hasChanges());
@@ -170,7 +170,7 @@ TEST(KCStore, ContextRefusesOtherThreads)
     KCManagedObjectContext context(coordinator);
     auto item = insertItem(context, u"mine", 1);
     std::thread([&] {
-        KCStoreError error;
+        KCError error;
         EXPECT_FALSE(context.save(&error));
         EXPECT_EQ(error.code, KCStoreErrorWrongThread);
         EXPECT_FALSE(context.insertNewObjectForEntityForName("Item"));
@@ -203,7 +203,7 @@ TEST(KCStore, DictionaryResultsGroupAndAggregate)
     EXPECT_EQ((*results)[1], KCValue(KCDictionary {{"latest", KCDate {9}}, {"title", u"b"}}));
 
     request.propertiesToFetch = {std::string("nosuchkey")};
-    KCStoreError error;
+    KCError error;
     EXPECT_FALSE(context.executeFetchRequest(request, &error));
     EXPECT_EQ(error.code, KCStoreErrorUnknownKey);
 }
@@ -220,7 +220,7 @@ TEST(KCStore, OlderStoresMigrateKeepingRows)
         ASSERT_TRUE(context.save());
     }
     // Without automatic migration the store is refused.
-    KCStoreError error;
+    KCError error;
     auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCTestModel(2));
     EXPECT_FALSE(coordinator->addPersistentStore("SQLite", directory.url("Items.sqlite"), {}, &error));
     EXPECT_EQ(error.code, KCStoreErrorMigrationRequired);
@@ -257,7 +257,7 @@ TEST(KCStore, NewerAndForeignFilesAreRefusedUntouched)
         {"Newer.sqlite", KCStoreErrorIncompatibleVersion}, {"Text.sqlite", KCStoreErrorNotAStore}, {"Other.sqlite", KCStoreErrorNotAStore}};
     for (const auto& [name, code] : files) {
         std::string before = KCReadFileBytes(directory.file(name));
-        KCStoreError error;
+        KCError error;
         EXPECT_FALSE(KCOpenTestStore(directory.url(name), 2, &error)) << name;
         EXPECT_EQ(error.code, code) << name;
         EXPECT_EQ(KCReadFileBytes(directory.file(name)), before) << name;

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 struct Outcome {
     bool opened = false;
-    PMError error;
+    KCError error;
 };
 
 Outcome open(const PMBookSandbox& sandbox, const std::string& name, PMUnpackLimits limits = {})
@@ -27,7 +27,7 @@ Outcome open(const PMBookSandbox& sandbox, const std::string& name, PMUnpackLimi
     options.cacheDirectory = sandbox.cacheDirectory();
     options.limits = limits;
     Outcome outcome;
-    outcome.opened = PMBook::open(sandbox.path(name), options, outcome.error).has_value();
+    outcome.opened = PMBook::open(sandbox.path(name), options, &outcome.error).has_value();
     return outcome;
 }
 
@@ -69,7 +69,7 @@ TEST(PMBookArchive, EntryNamesThatLeaveTheBookAreRefused)
         Outcome outcome = open(sandbox, "book.epub");
         EXPECT_FALSE(outcome.opened) << name;
         EXPECT_EQ(outcome.error.code, int64_t(PMBookErrorCode::UnsafeArchive)) << name;
-        EXPECT_NE(outcome.error.localizedDescription.find(name), std::string::npos) << outcome.error.localizedDescription;
+        EXPECT_NE(outcome.error.message.find(name), std::string::npos) << outcome.error.message;
         expectNothingWritten(sandbox, "book.epub");
         EXPECT_FALSE(fs::exists("/tmp/pm-absolute-evil.txt"));
     }
@@ -83,7 +83,7 @@ TEST(PMBookArchive, LinksAndDuplicatesAreRefused)
     ASSERT_TRUE(epub.write(sandbox.path("link.epub")));
     Outcome outcome = open(sandbox, "link.epub");
     EXPECT_EQ(outcome.error.code, int64_t(PMBookErrorCode::UnsafeArchive));
-    EXPECT_NE(outcome.error.localizedDescription.find("symbolic link"), std::string::npos);
+    EXPECT_NE(outcome.error.message.find("symbolic link"), std::string::npos);
 
     // A file where a directory must go cannot be written through.
     epub.rawEntries = {{"OEBPS", "a file"}, {"OEBPS/x.css", "p{}"}};
@@ -101,7 +101,7 @@ TEST(PMBookArchive, SizeAndCountLimitsHoldWhateverTheArchiveDeclares)
     declareUncompressedSize(sandbox.path("declared.epub"), "", 0xF0000000u);  // 3.75 GB each, over 20 GB in all
     Outcome declared = open(sandbox, "declared.epub");
     EXPECT_FALSE(declared.opened);
-    EXPECT_EQ(declared.error.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << declared.error.localizedDescription;
+    EXPECT_EQ(declared.error.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << declared.error.message;
     expectNothingWritten(sandbox, "declared.epub");
     fs::remove(sandbox.path("declared.epub"));
 
@@ -111,12 +111,12 @@ TEST(PMBookArchive, SizeAndCountLimitsHoldWhateverTheArchiveDeclares)
     PMUnpackLimits small;
     small.maxTotalBytes = 1 << 20;
     Outcome bomb = open(sandbox, "bomb.epub", small);
-    EXPECT_EQ(bomb.error.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << bomb.error.localizedDescription;
+    EXPECT_EQ(bomb.error.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << bomb.error.message;
     // Declaring a small size does not get it through.
     declareUncompressedSize(sandbox.path("bomb.epub"), "zeros.bin", 100);
     Outcome lying = open(sandbox, "bomb.epub", small);
-    EXPECT_EQ(lying.error.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << lying.error.localizedDescription;
-    EXPECT_NE(lying.error.localizedDescription.find("unpacks to more than the limit of 1048576 bytes"), std::string::npos);
+    EXPECT_EQ(lying.error.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << lying.error.message;
+    EXPECT_NE(lying.error.message.find("unpacks to more than the limit of 1048576 bytes"), std::string::npos);
     expectNothingWritten(sandbox, "bomb.epub");
     fs::remove(sandbox.path("bomb.epub"));
 
@@ -146,7 +146,7 @@ TEST(PMBookArchive, BrokenArchivesAndMissingFiles)
     for (const char* name : {"corrupt.epub", "text.epub", "truncated.epub"}) {
         Outcome outcome = open(sandbox, name);
         EXPECT_FALSE(outcome.opened) << name;
-        EXPECT_EQ(outcome.error.code, int64_t(PMBookErrorCode::BrokenArchive)) << name << ": " << outcome.error.localizedDescription;
+        EXPECT_EQ(outcome.error.code, int64_t(PMBookErrorCode::BrokenArchive)) << name << ": " << outcome.error.message;
     }
     EXPECT_EQ(open(sandbox, "absent.epub").error.code, int64_t(PMBookErrorCode::FileUnreadable));
     EXPECT_EQ(open(sandbox, "cache").error.code, int64_t(PMBookErrorCode::FileUnreadable));
@@ -160,7 +160,7 @@ TEST(PMBookArchive, BrokenArchivesAndMissingFiles)
     ASSERT_TRUE(noContainer.write(sandbox.path("nocontainer.epub")));
     Outcome missing = open(sandbox, "nocontainer.epub");
     EXPECT_EQ(missing.error.code, int64_t(PMBookErrorCode::MissingFile));
-    EXPECT_NE(missing.error.localizedDescription.find("META-INF/container.xml"), std::string::npos);
+    EXPECT_NE(missing.error.message.find("META-INF/container.xml"), std::string::npos);
 
     PMTestEpub badPackage;
     badPackage.packageOverride = "<package><unclosed></package>";

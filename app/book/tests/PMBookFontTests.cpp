@@ -66,9 +66,9 @@ protected:
             return std::nullopt;
         PMBookOpenOptions options;
         options.cacheDirectory = m_sandbox.cacheDirectory();
-        PMError error;
-        auto book = PMBook::open(m_sandbox.path(name), options, error);
-        EXPECT_TRUE(book) << error.localizedDescription;
+        KCError error;
+        auto book = PMBook::open(m_sandbox.path(name), options, &error);
+        EXPECT_TRUE(book) << error.message;
         if (book) {
             PMURLProtocol::registerPMURLProtocol();
             PMURLProtocol::setConnection(m_connection);

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::optional<PMBook> openBook(const PMBookSandbox& sandbox, const std::string& name, PMError& error)
+std::optional<PMBook> openBook(const PMBookSandbox& sandbox, const std::string& name, KCError* error)
 {
     PMBookOpenOptions options;
     options.cacheDirectory = sandbox.cacheDirectory();
@@ -37,9 +37,9 @@ TEST(PMBook, ReadsThePackageAndDescribesEveryResource)
     PMBookSandbox sandbox;
     PMTestEpub epub = sampleBook();
     ASSERT_TRUE(epub.write(sandbox.path("book.epub")));
-    PMError error;
-    auto book = openBook(sandbox, "book.epub", error);
-    ASSERT_TRUE(book) << error.localizedDescription;
+    KCError error;
+    auto book = openBook(sandbox, "book.epub", &error);
+    ASSERT_TRUE(book) << error.message;
 
     EXPECT_TRUE(book->contentsPath().starts_with(sandbox.cacheDirectory() + "/"));
     EXPECT_EQ(book->packagePath(), "OEBPS/content.opf");
@@ -72,17 +72,17 @@ TEST(PMBook, ReusesACompleteUnpackUntilTheFileChanges)
 {
     PMBookSandbox sandbox;
     ASSERT_TRUE(sampleBook().write(sandbox.path("book.epub")));
-    PMError error;
-    auto first = openBook(sandbox, "book.epub", error);
+    KCError error;
+    auto first = openBook(sandbox, "book.epub", &error);
     ASSERT_TRUE(first);
     std::ofstream(first->contentsPath() + "/marker") << "kept";
-    auto second = openBook(sandbox, "book.epub", error);
+    auto second = openBook(sandbox, "book.epub", &error);
     ASSERT_TRUE(second);
     EXPECT_EQ(second->contentsPath(), first->contentsPath());
     EXPECT_TRUE(fs::exists(second->contentsPath() + "/marker"));
 
     fs::last_write_time(sandbox.path("book.epub"), fs::last_write_time(sandbox.path("book.epub")) + std::chrono::seconds(5));
-    auto changed = openBook(sandbox, "book.epub", error);
+    auto changed = openBook(sandbox, "book.epub", &error);
     ASSERT_TRUE(changed);
     EXPECT_NE(changed->contentsPath(), first->contentsPath());
     // No temporary directories are left behind.
@@ -97,15 +97,15 @@ TEST(PMBook, UniqueIdentifierChoices)
     epub.uniqueIdentifier = "urn:uuid:aaaaaaaa-bbbb-cccc-dddd-eeeeeeeeeeee";
     epub.otherIdentifiers = {"urn:uuid:11111111-2222-3333-4444-555555555555"};
     ASSERT_TRUE(epub.write(sandbox.path("uuid.epub")));
-    PMError error;
-    auto book = openBook(sandbox, "uuid.epub", error);
+    KCError error;
+    auto book = openBook(sandbox, "uuid.epub", &error);
     ASSERT_TRUE(book);
     EXPECT_EQ(book->bookEpubIdWithUUIDScheme(), u"urn:uuid:aaaaaaaa-bbbb-cccc-dddd-eeeeeeeeeeee");
 
     epub.uniqueIdentifier = "isbn-only";
     epub.otherIdentifiers = {};
     ASSERT_TRUE(epub.write(sandbox.path("plain.epub")));
-    book = openBook(sandbox, "plain.epub", error);
+    book = openBook(sandbox, "plain.epub", &error);
     ASSERT_TRUE(book);
     EXPECT_EQ(book->bookEpubId(), u"isbn-only");
     EXPECT_FALSE(book->bookEpubIdWithUUIDScheme());
@@ -122,10 +122,10 @@ TEST(PMBookPackage, ContainerPathsAreResolvedInsideTheContainer)
     EXPECT_EQ(PMResolveContainerPath("OEBPS/", "https://example.org/font.otf"), "");
     EXPECT_EQ(PMResolveContainerPath("OEBPS/", "bad%00name"), "");
 
-    PMError error;
-    EXPECT_FALSE(PMPackagePathFromContainer("<container><rootfiles/></container>", error));
-    EXPECT_FALSE(PMPackagePathFromContainer("not xml", error));
-    EXPECT_EQ(PMPackagePathFromContainer("<container><rootfiles><rootfile full-path=\"a/p.opf\"/></rootfiles></container>", error), "a/p.opf");
+    KCError error;
+    EXPECT_FALSE(PMPackagePathFromContainer("<container><rootfiles/></container>", &error));
+    EXPECT_FALSE(PMPackagePathFromContainer("not xml", &error));
+    EXPECT_EQ(PMPackagePathFromContainer("<container><rootfiles><rootfile full-path=\"a/p.opf\"/></rootfiles></container>", &error), "a/p.opf");
     EXPECT_TRUE(PMParseEncryption("<<<").empty());
 }
 

@@ -56,18 +56,18 @@ protected:
     {
         std::string epub = m_root + "/book.epub";
         ASSERT_FALSE(PMWriteSampleBook(options, epub).has_value());
-        PMError error;
+        KCError error;
         PMBookOpenOptions openOptions;
         openOptions.cacheDirectory = m_root + "/cache";
-        auto book = PMBook::open(epub, openOptions, error);
-        ASSERT_TRUE(book) << error.localizedDescription;
+        auto book = PMBook::open(epub, openOptions, &error);
+        ASSERT_TRUE(book) << error.message;
         m_book = std::make_unique<PMBook>(std::move(*book));
         PMReaderConfiguration configuration;
         configuration.book = {m_book->contentsPath(), m_book->resourceInformation(), false};
         configuration.bookInfo = {{"title", u"Harrow"}, {"chapters", 3}};
         configuration.extensionDirectory = PMWebExtensionDirectory();
-        m_view = PMReaderWebView::create(configuration, error);
-        ASSERT_TRUE(m_view) << error.localizedDescription;
+        m_view = PMReaderWebView::create(configuration, &error);
+        ASSERT_TRUE(m_view) << error.message;
         m_view->setMessageHandler([this](const std::string& name, const KCValue& body) { m_messages.push_back({name, body}); });
     }
 
