@@ -3,6 +3,7 @@
 #include "Utilities/KCLogger.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 
 PMArguments::PMArguments(const std::vector<std::string>& raw, const std::set<std::string>& valueOptions)
@@ -110,4 +111,19 @@ bool PMPrintUsageIfAsked(const std::vector<std::string>& args, const std::string
         }
     }
     return false;
+}
+
+std::optional<KCSize> PMParseSize(const std::string& text)
+{
+    size_t separator = text.find('x');
+    if (separator == std::string::npos)
+        return std::nullopt;
+    char* end = nullptr;
+    double width = std::strtod(text.c_str(), &end);
+    if (end != text.c_str() + separator)
+        return std::nullopt;
+    double height = std::strtod(text.c_str() + separator + 1, &end);
+    if (*end || !(width >= 1 && width <= 8192) || !(height >= 1 && height <= 8192))
+        return std::nullopt;
+    return KCSize {width, height};
 }

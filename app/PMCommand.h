@@ -1,5 +1,7 @@
 #pragma once
 // Subcommands of the pagemoor program and the small argument parser they share.
+#include "Utilities/KCGeometry.h"
+
 #include <map>
 #include <optional>
 #include <set>
@@ -51,3 +53,5 @@ std::optional<int> PMRejectUnknown(const PMArguments& arguments, const std::set<
 void PMSendLogToStandardError();
 // Answers true and prints the usage when the arguments ask for help.
 bool PMPrintUsageIfAsked(const std::vector<std::string>& args, const std::string& usage);
+// "600x800" -> {600, 800}; nothing for anything else (each side 1 to 8192).
+std::optional<KCSize> PMParseSize(const std::string& text);

@@ -1,7 +1,9 @@
 // pagemoor demo: the bundled sample book indexed, searched and drawn
 // through the web engine.
 #include "app/PMCommand.h"
-#include "PMEngineTasks.h"
+#include "PMDisplay.h"
+#include "PMEngineOutput.h"
+#include "engine/PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 
 #include "book/PMBookCache.h"

@@ -1,6 +1,8 @@
 // pagemoor index: every spine document of a book indexed by the plug-in.
 #include "app/PMCommand.h"
-#include "PMEngineTasks.h"
+#include "PMDisplay.h"
+#include "PMEngineOutput.h"
+#include "engine/PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 
 #include <nlohmann/json.hpp>

@@ -1,7 +1,9 @@
 // pagemoor search: the sentence contexts of a query, loading only the
 // documents that the library filter cannot rule out.
 #include "app/PMCommand.h"
-#include "PMEngineTasks.h"
+#include "PMDisplay.h"
+#include "PMEngineOutput.h"
+#include "engine/PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 
 #include <nlohmann/json.hpp>

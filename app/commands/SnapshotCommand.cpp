@@ -1,6 +1,8 @@
 // pagemoor snapshot: a PNG of one spine document, drawn by the web engine.
 #include "app/PMCommand.h"
-#include "PMEngineTasks.h"
+#include "PMDisplay.h"
+#include "PMEngineOutput.h"
+#include "engine/PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 
 namespace {

@@ -1,0 +1,33 @@
+#pragma once
+// One book opened in a reader web view whose web process runs the plug-in:
+// what the engine commands (and the reader) drive the plug-in's tasks through.
+// Errors: open and the task calls answer nothing and fill *error (domain
+// "PMEngineErrorDomain", or the book's or the web view's) when they fail.
+#include "book/PMBook.h"
+#include "host/PMReaderWebView.h"
+#include "plugin/PMPlugInProtocol.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct PMEngineSession {
+    std::unique_ptr<PMBook> book;
+    std::unique_ptr<PMReaderWebView> view;
+    std::vector<std::string> documentPaths;  // per spine index; empty when the item names no file
+
+    static std::unique_ptr<PMEngineSession> open(const std::string& epubPath, const KCSize& viewSize, KCError* error);
+    size_t documentCount() const { return documentPaths.size(); }
+    // The spine document's path relative to the contents path.
+    const std::string& href(size_t index) const { return book->package().spine[index].path; }
+    // A missing spine document is an error, not an empty page.
+    std::optional<std::string> documentURI(size_t index, KCError* error) const;
+    // Loads the task's document and waits for the task's reply body.
+    std::optional<KCValue> runTask(const PMDocumentTask& task, KCError* error);
+};
+
+KCError PMEngineError(const std::string& message);
+
+// The library filter archive beside the unpacked book.
+std::string PMDefaultLibraryPath(const PMEngineSession& session);
