@@ -1,5 +1,6 @@
 #include "PMEngineSession.h"
 
+#include "host/PMDocumentTaskRunner.h"
 #include "Utilities/KCFormat.h"
 
 #include <glib.h>
@@ -64,7 +65,7 @@ std::optional<KCValue> PMEngineSession::runTask(const PMDocumentTask& task, KCEr
     auto uri = documentURI(task.documentIndex, error);
     if (!uri)
         return std::nullopt;
-    return view->runTask(task, *uri, kTaskTimeoutSeconds, error);
+    return PMRunDocumentTask(*view, task, *uri, kTaskTimeoutSeconds, error);
 }
 
 std::string PMDefaultLibraryPath(const PMEngineSession& session)

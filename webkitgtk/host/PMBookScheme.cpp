@@ -23,6 +23,30 @@ public:
     std::optional<KCError> error;
 };
 
+// Hands the protocol's messages to the reader on the next turn of the main loop.
+class NextTurnConnection final : public PMMessageConnection {
+public:
+    explicit NextTurnConnection(PMBookSchemeMessageHandler deliver) : m_deliver(std::move(deliver)) {}
+    void sendMessageWithName(std::string_view name, const KCValue& body) override
+    {
+        struct Pending {
+            PMBookSchemeMessageHandler deliver;
+            std::string name;
+            KCValue body;
+        };
+        g_idle_add_full(G_PRIORITY_DEFAULT, [](gpointer data) -> gboolean {
+            auto* pending = static_cast<Pending*>(data);
+            pending->deliver(pending->name, pending->body);
+            return G_SOURCE_REMOVE;
+        }, new Pending {m_deliver, std::string(name), body}, [](gpointer data) { delete static_cast<Pending*>(data); });
+    }
+    void setDelegate(PMMessageConnectionDelegate*) override {}
+    void close() override {}
+
+private:
+    PMBookSchemeMessageHandler m_deliver;
+};
+
 void finishWithError(WebKitURISchemeRequest* request, const std::string& message)
 {
     GError* error = g_error_new_literal(G_IO_ERROR, G_IO_ERROR_NOT_FOUND, message.c_str());
@@ -71,10 +95,10 @@ std::optional<std::string> PMFileURIForBookURI(const std::string& bookURI)
     return "file:" + bookURI.substr(prefix.size());
 }
 
-void PMRegisterBookScheme(WebKitWebContext* context, const PMBookConfiguration& book, std::shared_ptr<PMMessageConnection> connection)
+void PMRegisterBookScheme(WebKitWebContext* context, const PMBookConfiguration& book, PMBookSchemeMessageHandler deliver)
 {
     PMURLProtocol::registerPMURLProtocol();
-    PMURLProtocol::setConnection(std::move(connection));
+    PMURLProtocol::setConnection(std::make_shared<NextTurnConnection>(std::move(deliver)));
     PMURLProtocol::setBookContentsPath(book.contentsPath);
     PMURLProtocol::setBookResourceData(book.resourceData);
     PMURLProtocol::setPaginationMode(book.paginationMode);

@@ -6,6 +6,7 @@
 #include "platform/PMMessageConnection.h"
 #include "Utilities/KCValue.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,8 +20,10 @@ struct PMBookConfiguration {
 };
 
 // Configures the protocol for the process's one book and serves the scheme
-// on the context. `connection` receives "PluginError".
-void PMRegisterBookScheme(WebKitWebContext* context, const PMBookConfiguration& book, std::shared_ptr<PMMessageConnection> connection);
+// on the context. "PluginError" reaches `deliver` on a later turn of the main
+// loop, as if it had come over the web process's connection.
+using PMBookSchemeMessageHandler = std::function<void(const std::string& name, const KCValue& body)>;
+void PMRegisterBookScheme(WebKitWebContext* context, const PMBookConfiguration& book, PMBookSchemeMessageHandler deliver);
 
 // "pmbook:///b/x.css" -> "file:///b/x.css"; nothing for another scheme.
 std::optional<std::string> PMFileURIForBookURI(const std::string& bookURI);

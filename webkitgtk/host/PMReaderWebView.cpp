@@ -2,73 +2,14 @@
 
 #include "Messages/PMGVariantValue.h"
 #include "Messages/PMWebKitBridgeMessages.h"
-#include "plugin/PMNavigationRule.h"
-#include "PMSnapshotImage.h"
+#include "PMLinkPolicy.h"
+#include "PMResourceForwarding.h"
+#include "PMSnapshotService.h"
 #include "Utilities/KCLogger.h"
 
 #include <webkit/webkit.h>
 
 #include <cstdlib>
-
-namespace {
-
-// Hands "PluginError" from the book scheme to the reader on the next turn,
-// as if it had come over the web process's connection.
-class LocalConnection final : public PMMessageConnection {
-public:
-    explicit LocalConnection(std::function<void(const std::string&, const KCValue&)> deliver) : m_deliver(std::move(deliver)) {}
-    void sendMessageWithName(std::string_view name, const KCValue& body) override
-    {
-        struct Pending {
-            std::function<void(const std::string&, const KCValue&)> deliver;
-            std::string name;
-            KCValue body;
-        };
-        g_idle_add_full(G_PRIORITY_DEFAULT, [](gpointer data) -> gboolean {
-            auto* pending = static_cast<Pending*>(data);
-            pending->deliver(pending->name, pending->body);
-            return G_SOURCE_REMOVE;
-        }, new Pending {m_deliver, std::string(name), body}, [](gpointer data) { delete static_cast<Pending*>(data); });
-    }
-    void setDelegate(PMMessageConnectionDelegate*) override {}
-    void close() override {}
-
-private:
-    std::function<void(const std::string&, const KCValue&)> m_deliver;
-};
-
-struct ResourceLoad {
-    PMReaderWebView* view;
-    uint64_t identifier;
-};
-
-void sendResourceMessage(PMReaderWebView* view, const char* name, uint64_t identifier)
-{
-    view->sendMessage(name, KCValue(KCDictionary {{"identifier", identifier}}));
-}
-
-void snapshotTaken(GObject* source, GAsyncResult* result, gpointer data)
-{
-    auto* message = static_cast<WebKitUserMessage*>(data);
-    GError* error = nullptr;
-    GdkTexture* texture = webkit_web_view_get_snapshot_finish(WEBKIT_WEB_VIEW(source), result, &error);
-    KCValue request = PMKCValueFromGVariant(webkit_user_message_get_parameters(message));
-    KCRect rect {{request["x"].doubleValue().value_or(0), request["y"].doubleValue().value_or(0)},
-        {request["width"].doubleValue().value_or(0), request["height"].doubleValue().value_or(0)}};
-    std::optional<PMImage> image;
-    if (texture) {
-        image = PMImageFromTexture(texture, rect, request["scale"].doubleValue().value_or(0));
-        g_object_unref(texture);
-    } else {
-        KCLog("The engine made no snapshot: %s", error ? error->message : "");
-        g_clear_error(&error);
-    }
-    KCValue body = PMSnapshotReplyBody(image);
-    webkit_user_message_send_reply(message, webkit_user_message_new(PMBridgeMessageSnapshot, body.isNull() ? nullptr : PMGVariantFromKCValue(body)));
-    g_object_unref(message);
-}
-
-} // namespace
 
 std::string PMWebExtensionDirectory()
 {
@@ -101,14 +42,22 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
     webkit_web_context_add_path_to_sandbox(m_context, configuration.extensionDirectory.c_str(), TRUE);
     webkit_web_context_add_path_to_sandbox(m_context, configuration.book.contentsPath.c_str(), TRUE);
     g_signal_connect(m_context, "initialize-web-process-extensions", G_CALLBACK(initializeWebProcessExtensions), this);
-    PMRegisterBookScheme(m_context, configuration.book, std::make_shared<LocalConnection>([this](const std::string& name, const KCValue& body) {
-        receive(name, body);
-    }));
+    PMRegisterBookScheme(m_context, configuration.book, [this, alive = m_alive](const std::string& name, const KCValue& body) {
+        if (*alive)
+            receive(name, body);
+    });
 
     m_webView = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", m_context, nullptr));
     g_signal_connect(m_webView, "user-message-received", G_CALLBACK(userMessageReceived), this);
-    g_signal_connect(m_webView, "decide-policy", G_CALLBACK(decidePolicy), this);
-    g_signal_connect(m_webView, "resource-load-started", G_CALLBACK(resourceLoadStarted), this);
+    PMInstallLinkPolicy(m_webView, {[this, alive = m_alive] { return *alive ? m_documentURI : std::string(); },
+                                       [this, alive = m_alive](const std::string& uri) {
+                                           if (*alive && m_navigationHandler)
+                                               m_navigationHandler(uri);
+                                       }});
+    PMForwardResourceLoads(m_webView, [this, alive = m_alive](const char* name, uint64_t identifier) {
+        if (*alive)
+            sendMessage(name, KCValue(KCDictionary {{"identifier", identifier}}));
+    });
     g_signal_connect(m_webView, "load-changed", G_CALLBACK(loadChanged), this);
     g_signal_connect(m_webView, "load-failed", G_CALLBACK(loadFailed), this);
     g_signal_connect(m_webView, "web-process-terminated", G_CALLBACK(webProcessTerminatedSignal), this);
@@ -132,6 +81,7 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
 
 PMReaderWebView::~PMReaderWebView()
 {
+    *m_alive = false;
     if (m_webView)
         g_signal_handlers_disconnect_by_data(m_webView, this);
     if (m_window) {
@@ -189,29 +139,6 @@ bool PMReaderWebView::runUntil(const std::function<bool()>& done, double timeout
     return done();
 }
 
-std::optional<KCValue> PMReaderWebView::runTask(const PMDocumentTask& task, const std::string& fileURI, double timeoutSeconds, KCError* error)
-{
-    const char* replyName = PMReplyMessageForTask(task.task);
-    std::optional<KCValue> reply;
-    MessageHandler previous = m_messageHandler;
-    m_messageHandler = [&](const std::string& name, const KCValue& body) {
-        if (replyName && name == replyName && PMDecodeReplyDocumentIndex(body) == task.documentIndex)
-            reply = body;
-        if (previous)
-            previous(name, body);
-    };
-    m_failure.reset();
-    prepareForDocumentTask(task);
-    loadDocument(fileURI);
-    bool answered = runUntil([&] { return reply.has_value(); }, timeoutSeconds);
-    m_messageHandler = previous;
-    if (!answered) {
-        KCSetError(error, {"PMReaderErrorDomain", 4, fileURI + ": " + m_failure.value_or("no reply")});
-        return std::nullopt;
-    }
-    return reply;
-}
-
 std::optional<std::string> PMReaderWebView::evaluateScript(const std::string& script, double timeoutSeconds)
 {
     struct Evaluation {
@@ -253,46 +180,11 @@ gboolean PMReaderWebView::userMessageReceived(WebKitWebView* view, WebKitUserMes
         return TRUE;
     }
     if (name == PMBridgeMessageSnapshot) {
-        webkit_web_view_get_snapshot(view, WEBKIT_SNAPSHOT_REGION_FULL_DOCUMENT, WEBKIT_SNAPSHOT_OPTIONS_NONE, nullptr, snapshotTaken, g_object_ref(message));
+        PMAnswerSnapshotRequest(view, message);
         return TRUE;
     }
     self->receive(name, PMKCValueFromGVariant(webkit_user_message_get_parameters(message)));
     return TRUE;
-}
-
-gboolean PMReaderWebView::decidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, int type, gpointer data)
-{
-    if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION)
-        return FALSE;
-    auto* self = static_cast<PMReaderWebView*>(data);
-    WebKitNavigationAction* action = webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
-    const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
-    PMNavigationAction navigation {KCURL::URLWithString(uri ? uri : ""), static_cast<int64_t>(webkit_navigation_action_get_navigation_type(action))};
-    // What the rule passes through is the reader's to decide: its own
-    // document loads, anything else goes to the navigation handler.
-    if (PMNavigationPolicyForAction(navigation) == PMNavigationPolicy::Use || self->m_documentURI == (uri ? uri : "")) {
-        webkit_policy_decision_use(decision);
-    } else {
-        if (self->m_navigationHandler)
-            self->m_navigationHandler(uri ? uri : "");
-        webkit_policy_decision_ignore(decision);
-    }
-    return TRUE;
-}
-
-void PMReaderWebView::resourceLoadStarted(WebKitWebView*, WebKitWebResource* resource, WebKitURIRequest*, gpointer data)
-{
-    auto* self = static_cast<PMReaderWebView*>(data);
-    uint64_t identifier = self->m_nextResourceIdentifier++;
-    sendResourceMessage(self, PMBridgeMessageResourceStarted, identifier);
-    g_signal_connect_data(resource, "finished", G_CALLBACK(+[](WebKitWebResource*, gpointer load) {
-        auto* resourceLoad = static_cast<ResourceLoad*>(load);
-        sendResourceMessage(resourceLoad->view, PMBridgeMessageResourceFinished, resourceLoad->identifier);
-    }), new ResourceLoad {self, identifier}, [](gpointer load, GClosure*) { delete static_cast<ResourceLoad*>(load); }, G_CONNECT_DEFAULT);
-    g_signal_connect_data(resource, "failed", G_CALLBACK(+[](WebKitWebResource*, GError*, gpointer load) {
-        auto* resourceLoad = static_cast<ResourceLoad*>(load);
-        sendResourceMessage(resourceLoad->view, PMBridgeMessageResourceFailed, resourceLoad->identifier);
-    }), new ResourceLoad {self, identifier}, [](gpointer load, GClosure*) { delete static_cast<ResourceLoad*>(load); }, G_CONNECT_DEFAULT);
 }
 
 void PMReaderWebView::loadChanged(WebKitWebView*, int event, gpointer data)

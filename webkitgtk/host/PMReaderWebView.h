@@ -43,6 +43,7 @@ public:
 
     // Every message of the plug-in ("PluginError" included), as it arrives.
     void setMessageHandler(MessageHandler handler) { m_messageHandler = std::move(handler); }
+    const MessageHandler& messageHandler() const { return m_messageHandler; }
     // Navigations that the plug-in's rule leaves to the reader; they are not loaded.
     void setNavigationHandler(NavigationHandler handler) { m_navigationHandler = std::move(handler); }
 
@@ -57,10 +58,6 @@ public:
     void clearFailure() { m_failure.reset(); }
     bool webProcessTerminated() const { return m_webProcessTerminated; }
 
-    // Sends the task, loads the document and waits for the task's reply for
-    // the same document index. Nothing on failure (error set).
-    std::optional<KCValue> runTask(const PMDocumentTask& task, const std::string& fileURI, double timeoutSeconds, KCError* error);
-
     // The page's own view of itself: a script's completion value as a
     // string, evaluated in the page's main world. Nothing when it threw.
     std::optional<std::string> evaluateScript(const std::string& script, double timeoutSeconds);
@@ -74,8 +71,6 @@ private:
 
     static void initializeWebProcessExtensions(WebKitWebContext* context, gpointer self);
     static gboolean userMessageReceived(WebKitWebView* view, struct _WebKitUserMessage* message, gpointer self);
-    static gboolean decidePolicy(WebKitWebView* view, struct _WebKitPolicyDecision* decision, int type, gpointer self);
-    static void resourceLoadStarted(WebKitWebView* view, struct _WebKitWebResource* resource, struct _WebKitURIRequest* request, gpointer self);
     static void loadChanged(WebKitWebView* view, int event, gpointer self);
     static gboolean loadFailed(WebKitWebView* view, int event, const char* URI, GError* error, gpointer self);
     static void webProcessTerminatedSignal(WebKitWebView* view, int reason, gpointer self);
@@ -91,7 +86,8 @@ private:
     bool m_pageReady = false;
     bool m_loadFinished = false;
     bool m_webProcessTerminated = false;
-    uint64_t m_nextResourceIdentifier = 1;
+    // Callbacks that the engine may still make while the view goes away check it.
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };
 
 // Where the web process extension lies: $PAGEMOOR_EXTENSION_DIR, else the
