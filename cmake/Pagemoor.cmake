@@ -12,6 +12,31 @@ if(PM_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+# Every library of ours goes into the link graph that the house-rules check reads.
+function(pm_record_library name)
+  set_property(GLOBAL APPEND PROPERTY PM_LIBRARIES ${name})
+endfunction()
+
+# Writes "target: dep;dep;..." for every recorded library and registers the
+# check that libraries link one way (scripts/check-house).
+function(pm_check_house_rules)
+  get_property(libraries GLOBAL PROPERTY PM_LIBRARIES)
+  set(graph "")
+  foreach(library ${libraries})
+    get_target_property(deps ${library} LINK_LIBRARIES)
+    if(NOT deps)
+      set(deps "")
+    endif()
+    string(APPEND graph "${library}: ${deps}\n")
+  endforeach()
+  file(WRITE ${CMAKE_BINARY_DIR}/link-graph.txt "${graph}")
+  if(PM_BUILD_TESTS)
+    find_package(Python3 REQUIRED COMPONENTS Interpreter)
+    add_test(NAME HouseRules.LayersAndProtocolLiterals
+      COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/scripts/check-house ${CMAKE_BINARY_DIR}/link-graph.txt ${PROJECT_SOURCE_DIR})
+  endif()
+endfunction()
+
 # pm_library(NAME [DEPS targets...] [TEST_DEPS targets...] [TEST_DEFINES NAME=value...])
 # One static library per folder, made of every .cpp in the folder. Only the
 # folder's parent is on its users' include path, so that a header of another
@@ -21,6 +46,7 @@ function(pm_library name)
   cmake_parse_arguments(ARG "" "" "DEPS;TEST_DEPS;TEST_DEFINES" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   add_library(${name} STATIC ${sources})
+  pm_record_library(${name})
   target_compile_options(${name} PRIVATE ${PM_WARNINGS})
   target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/.. PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   if(ARG_DEPS)

@@ -55,9 +55,10 @@ int runSearchCommand(const std::vector<std::string>& args)
     PMResultWriter out;
     if (arguments.flag("json")) {
         nlohmann::json contexts = nlohmann::json::array();
+        // A context is printed under the names the plug-in gives it.
         for (const auto& context : result->contexts) {
-            contexts.push_back({{"documentIndex", context.documentIndex}, {"href", context.href}, {"rangeLocation", context.rangeLocation},
-                {"rangeLength", context.rangeLength}, {"context", context.context}});
+            contexts.push_back({{"documentIndex", context.documentIndex}, {"href", context.href}, {PMSearchContextRangeLocationKey, context.rangeLocation},
+                {PMSearchContextRangeLengthKey, context.rangeLength}, {PMSearchContextContextKey, context.context}});
         }
         out << nlohmann::json {{"query", query}, {"documentsLoaded", result->documentsLoaded},
             {"documentsSkipped", result->documentsSkipped}, {"contexts", contexts}}.dump(2) << '\n';
