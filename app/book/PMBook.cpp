@@ -6,7 +6,9 @@
 #include "resources/PMURLProtocol.h"
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
+#include "Utilities/PMAssetUtilities.h"
 #include "Utilities/KCStringConversion.h"
+#include "Utilities/KCURL.h"
 
 #include <filesystem>
 #include <unordered_map>
@@ -18,6 +20,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view kContainerPath = "META-INF/container.xml";
 constexpr std::string_view kEncryptionPath = "META-INF/encryption.xml";
 constexpr std::string_view kUUIDScheme = "urn:uuid:";
+constexpr int kEPUBContentType = 1;
 
 std::optional<std::string> readBookFile(const std::string& contentsPath, std::string_view relativePath, KCError* error)
 {
@@ -34,6 +37,14 @@ std::optional<std::string> readBookFile(const std::string& contentsPath, std::st
 
 std::optional<PMBook> PMBook::open(const std::string& epubPath, const PMBookOpenOptions& options, KCError* error)
 {
+    // The library tells documents apart by their names' extensions; any name
+    // but another kind's is tried as an EPUB.
+    if (int type = PMAssetUtilities::contentTypeForPath(epubPath); type != 0 && type != kEPUBContentType) {
+        KCError failure = PMBookError(PMBookErrorCode::NotAnEPUB, KCStringWithFormat("\u201C%@\u201D is not an EPUB book (content type %d)", KCLastPathComponent(epubPath), type));
+        KCLog("Cannot open book: %@", failure.description());
+        KCSetError(error, std::move(failure));
+        return std::nullopt;
+    }
     std::error_code pathError;
     fs::path cacheDirectory = fs::weakly_canonical(fs::absolute(PMBookCacheDirectory(options.cacheDirectory)), pathError);
     if (pathError) {

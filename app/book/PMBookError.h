@@ -14,6 +14,7 @@ enum class PMBookErrorCode : int64_t {
     MissingFile = 5,      // container.xml or the package document is absent
     MalformedXML = 6,     // a required XML document cannot be parsed or lacks its root
     CacheUnavailable = 7, // the cache directory cannot be created or written
+    NotAnEPUB = 8,        // the file's name says it is another kind of document (a PDF)
 };
 
 KCError PMBookError(PMBookErrorCode code, std::string description);

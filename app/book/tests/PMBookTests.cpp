@@ -1,4 +1,5 @@
 #include "book/PMBook.h"
+#include "book/PMBookError.h"
 
 #include "PMTestEpub.h"
 
@@ -88,6 +89,18 @@ TEST(PMBook, ReusesACompleteUnpackUntilTheFileChanges)
     // No temporary directories are left behind.
     for (const auto& entry : fs::directory_iterator(sandbox.cacheDirectory()))
         EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << entry.path();
+}
+
+TEST(PMBook, RefusesAnotherKindOfDocumentByItsName)
+{
+    PMBookSandbox sandbox;
+    ASSERT_TRUE(sampleBook().write(sandbox.path("book.PDF")));
+    ASSERT_TRUE(sampleBook().write(sandbox.path("book.zip")));
+    KCError error;
+    EXPECT_FALSE(openBook(sandbox, "book.PDF", &error));
+    EXPECT_EQ(error.code, int64_t(PMBookErrorCode::NotAnEPUB)) << error.message;
+    EXPECT_FALSE(fs::exists(sandbox.cacheDirectory()) && !fs::is_empty(sandbox.cacheDirectory()));
+    EXPECT_TRUE(openBook(sandbox, "book.zip", &error)) << error.message;
 }
 
 TEST(PMBook, UniqueIdentifierChoices)
