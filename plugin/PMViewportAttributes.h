@@ -2,6 +2,7 @@
 // The page size that a fixed-layout page declares in its viewport meta
 // element, read from the loaded page by a script. Each of width and height
 // is a size in CSS pixels from 1 to 10000, or one of the two markers below.
+// Errors: a script result that is not the expected JSON gives no attributes.
 #include "Utilities/KCGeometry.h"
 #include "Utilities/KCValue.h"
 

@@ -1,5 +1,6 @@
 #pragma once
 // Whole-file reads for the resource protocol: one buffer, one piece.
+// Errors: PMReadWholeFile answers nothing and fills *error (errno domain).
 #include "Utilities/KCError.h"
 #include "Utilities/KCValue.h"
 

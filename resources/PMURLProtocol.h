@@ -3,6 +3,8 @@
 // pages of this web content process, undoing embedded font obfuscation on the
 // way. One book per process: the configuration is class-level, written once
 // at start-up and then only read by the loads.
+// Errors: an unreadable file is answered without data, reported as "PluginError"
+// over the connection and logged; nothing fails towards the caller.
 #include "platform/PMMessageConnection.h"
 #include "platform/PMURLProtocolRegistry.h"
 #include "Utilities/KCValue.h"

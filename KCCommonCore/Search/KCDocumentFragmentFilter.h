@@ -2,6 +2,7 @@
 // A Bloom filter of every run of `windowWidth` consecutive UTF-16 units of
 // one document: it tells that a document cannot hold a query. It does not
 // fold: fold the document and every query with StringCopyFlattenedForSearch.
+// Errors: unarchiving answers nullptr for a malformed archive and logs why.
 #include "KCBloomFilter.h"
 
 #include <span>

@@ -2,6 +2,7 @@
 // One document fragment filter per document of a library, keyed by the
 // document's identifier (a string or a number): which documents may hold a
 // query. Queries are tested as given; fold them as the documents were folded.
+// Errors: unarchiving answers nullptr for a malformed archive and logs why.
 #include "KCDocumentFragmentFilter.h"
 
 #include <unordered_map>

@@ -3,6 +3,7 @@
 // lines. Decoding is lenient about white space and "=" (skipped wherever they
 // stand) and strict about everything else: any other character outside the
 // alphabet, a non-ASCII unit, or a lone final character gives nothing.
+// Errors: decoding answers nothing for malformed input; nothing is logged.
 #include "KCValue.h"
 
 #include <optional>

@@ -10,6 +10,8 @@
 //
 // Reading trusts nothing: any malformed, cyclic or too deeply nested (more
 // than 64 levels) archive answers nothing and logs why.
+//
+// Errors: decoding answers nothing (or a null value) for anything malformed and logs one line; encoding cannot fail.
 #include "KCValue.h"
 
 #include <cstdint>

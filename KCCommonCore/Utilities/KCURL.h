@@ -1,6 +1,7 @@
 #pragma once
 // An absolute URL, parsed once with GLib's GUri. Components are kept as the
 // URL writes them, except path(), which is percent-decoded as a file path is.
+// Errors: the constructors answer nothing for text that is not an absolute URL.
 #include <optional>
 #include <string>
 #include <string_view>

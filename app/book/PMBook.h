@@ -4,6 +4,7 @@
 // the way the page plug-in is configured: a contents path under which every
 // file of the book lies, and the information of each resource keyed by "/"
 // plus its path relative to the contents path.
+// Errors: open answers nothing, fills *error (PMBookErrorDomain) and logs why.
 #include "PMBookArchive.h"
 #include "PMBookPackage.h"
 #include "Utilities/KCValue.h"

@@ -3,6 +3,7 @@
 // leave the destination (absolute paths, ".." components, links), and the
 // entry count and the bytes actually written are capped, whatever sizes the
 // central directory declares.
+// Errors: PMUnpackArchive answers false and fills *error (PMBookErrorDomain).
 #include "Utilities/KCError.h"
 
 #include <cstdint>

@@ -4,6 +4,7 @@
 // time, so a changed file is unpacked afresh and an unchanged one is reused.
 // A book is unpacked into a temporary directory beside its final one and
 // renamed into place when complete: a crash never leaves half a book.
+// Errors: PMUnpackedBookDirectory answers nothing and fills *error (PMBookErrorDomain).
 #include "PMBookArchive.h"
 
 #include <optional>

@@ -2,6 +2,7 @@
 // The XML documents of an EPUB container: META-INF/container.xml names the
 // package document; the package gives the metadata, the manifest and the
 // spine; META-INF/encryption.xml names the obfuscated resources.
+// Errors: the parsers answer nothing and fill *error (PMBookErrorDomain, MalformedXML or MissingFile).
 #include "Utilities/KCError.h"
 
 #include <optional>

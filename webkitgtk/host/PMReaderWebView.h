@@ -4,6 +4,8 @@
 // dictionary, serves the book's files, answers navigation policy with the
 // plug-in's rule, supplies snapshots, and gives the reader the plug-in's
 // messages. Everything runs on the GTK main thread; waits are bounded.
+// Errors: create answers nullptr and fills *error ("PMReaderErrorDomain");
+// waits answer false and keep the reason in failure().
 #include "PMBookScheme.h"
 #include "Utilities/KCError.h"
 #include "plugin/PMPlugInProtocol.h"
