@@ -1,5 +1,6 @@
 #include "Utilities/KCKeyedArchive.h"
 #include "Utilities/KCKeyedArchivePlist.h"
+#include "Utilities/tests/KCTestFiles.h"
 
 #include <gtest/gtest.h>
 #include <plist/plist.h>
@@ -223,18 +224,11 @@ TEST_F(KCKeyedArchiveTest, ArchiveIsAValidBinaryPlistSharingClassDescriptions)
         EXPECT_EQ(plist_uint_val_compare(plist_dict_get_item(top, "$version"), 100000), 0);
     });
 
-    std::string path = ::testing::TempDir() + "KCKeyedArchiveTests.plist";
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(archive.data()), std::streamsize(archive.size()));
-    FILE* pipe = popen(("plistutil -i '" + path + "' -f xml 2>&1").c_str(), "r");
-    ASSERT_TRUE(pipe);
-    std::string xml;
-    char buffer[4096];
-    while (size_t read = fread(buffer, 1, sizeof buffer, pipe))
-        xml.append(buffer, read);
-    EXPECT_EQ(pclose(pipe), 0) << xml;
+    int status = 0;
+    std::string xml = KCPlistAsXML(archive, status);
+    EXPECT_EQ(status, 0) << xml;
     EXPECT_NE(xml.find("<key>$archiver</key>"), std::string::npos) << xml;
     EXPECT_NE(xml.find("<string>NSKeyedArchiver</string>"), std::string::npos);
-    std::remove(path.c_str());
 }
 
 TEST_F(KCKeyedArchiveTest, CorruptedArchivesAnswerNothing)

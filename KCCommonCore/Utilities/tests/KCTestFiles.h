@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 #include <unistd.h>
 
 // A fresh directory, removed with everything in it.
@@ -73,3 +74,19 @@ private:
     int m_saved = -1;
     std::string m_text;
 };
+
+// A binary property list as another tool reads it: plistutil's XML, or its
+// error text with a non-zero status.
+inline std::string KCPlistAsXML(const std::vector<uint8_t>& plist, int& status)
+{
+    KCScratchDirectory scratch;
+    std::string path = scratch.file("archive.plist");
+    KCWriteTestFile(path, std::string(plist.begin(), plist.end()));
+    std::FILE* pipe = ::popen(("plistutil -i '" + path + "' -f xml 2>&1").c_str(), "r");
+    std::string xml;
+    char buffer[4096];
+    while (size_t read = pipe ? std::fread(buffer, 1, sizeof buffer, pipe) : 0)
+        xml.append(buffer, read);
+    status = pipe ? ::pclose(pipe) : -1;
+    return xml;
+}
