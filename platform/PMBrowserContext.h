@@ -2,10 +2,10 @@
 // A page of the web content process as the plug-in sees it: the browser
 // context that the engine creates for it, the page with its callback
 // clients, and the page's main frame.
-#include "PMImage.h"
 #include "PMPageText.h"
 #include "PMScriptContext.h"
 #include "Utilities/KCGeometry.h"
+#include "Utilities/KCImage.h"
 #include "Utilities/KCURL.h"
 
 #include <cstdint>
@@ -21,7 +21,7 @@ public:
     virtual KCRect contentBounds() = 0;
     // An image of the document rectangle drawn at the scale; nothing when
     // the engine could not make one.
-    virtual std::optional<PMImage> snapshotOfRect(const KCRect& rect, double scale) = 0;
+    virtual std::optional<KCImage> snapshotOfRect(const KCRect& rect, double scale) = 0;
     virtual std::shared_ptr<PMScriptContext> scriptContext() = 0;
     virtual std::shared_ptr<PMDOMDocument> document() = 0;
 };

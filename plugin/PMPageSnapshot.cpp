@@ -1,7 +1,6 @@
 // The snapshot task: an image of the loaded page that covers the requested
 // size, optionally clipped to the page's declared viewport.
 #include "PMEpubWebProcessPlugIn.h"
-#include "PMPNGEncoder.h"
 #include "PMScriptBridge.h"
 #include "PMViewportAttributes.h"
 #include "Utilities/KCLogger.h"
@@ -33,8 +32,8 @@ void PMEpubWebProcessPlugIn::sendSnapshotOfPage(const std::shared_ptr<PMPage>& p
     double scale = std::max(requested.height / bounds.size.height, requested.width / bounds.size.width);
     if (!frame || !std::isfinite(scale) || scale <= 0) {
         KCLog("No snapshot of page %p: scale %f for bounds %f x %f", static_cast<const void*>(page.get()), scale, bounds.size.width, bounds.size.height);
-    } else if (std::optional<PMImage> image = frame->snapshotOfRect(bounds, scale)) {
-        png = PMPNGDataFromImage(*image);
+    } else if (std::optional<KCImage> image = frame->snapshotOfRect(bounds, scale)) {
+        png = image->PNGData();
     }
     sendMessageWithName(PMEpubWebProcessPlugInMessageSnapshotTask, PMEncodeSnapshotReply(m_documentIndex, std::move(png)));
 }

@@ -1,13 +1,12 @@
 #include "KCURLAdditions.h"
 
+#include "Utilities/KCGLibPointer.h"
 #include "Utilities/KCStringConversion.h"
 
-#include <glib.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
 #include <cstdlib>
-#include <memory>
 #include <mutex>
 
 const char* const KCDefaultStoreHost = "store.pagemoor.example";
@@ -34,15 +33,10 @@ std::optional<std::string>& configuredStoreHost()
     return host;
 }
 
-struct GFreeDeleter {
-    void operator()(void* p) const { g_free(p); }
-};
-using GCharPtr = std::unique_ptr<char, GFreeDeleter>;
-
 // A URL with another scheme, the same host and the same (still encoded) path.
 std::optional<KCURL> URLWithSchemeHostAndPath(std::string_view scheme, const std::string& host, const char* encodedPath)
 {
-    GCharPtr text(g_uri_join(G_URI_FLAGS_ENCODED, std::string(scheme).c_str(), nullptr, host.c_str(), -1, encodedPath, nullptr, nullptr));
+    KCGCharPointer text(g_uri_join(G_URI_FLAGS_ENCODED, std::string(scheme).c_str(), nullptr, host.c_str(), -1, encodedPath, nullptr, nullptr));
     return text ? KCURL::URLWithString(text.get()) : std::nullopt;
 }
 
@@ -120,7 +114,7 @@ std::optional<KCURL> KCURLAdditions::storeURLforISBN(std::optional<std::u16strin
 {
     if (!isbn)
         return std::nullopt;
-    GCharPtr escaped(g_uri_escape_string(KCUTF8FromUTF16(*isbn).c_str(), nullptr, false));
+    KCGCharPointer escaped(g_uri_escape_string(KCUTF8FromUTF16(*isbn).c_str(), nullptr, false));
     std::string path = "/book/isbn" + std::string(escaped.get());
     return URLWithSchemeHostAndPath(kStoreBookScheme, storeHost(), path.c_str());
 }
@@ -152,10 +146,8 @@ KCURL KCURLAdditions::storeURL(const KCURL& URL)
     if (!isStoreBook(URL))
         return URL;
     // The path is taken as the URL writes it, so that escapes survive.
-    GUri* parsed = g_uri_parse(URL.absoluteString().c_str(), G_URI_FLAGS_ENCODED, nullptr);
+    KCGUriPointer parsed(g_uri_parse(URL.absoluteString().c_str(), G_URI_FLAGS_ENCODED, nullptr));
     if (!parsed)
         return URL;
-    auto result = URLWithSchemeHostAndPath(kStoreBookScheme, URL.host(), g_uri_get_path(parsed));
-    g_uri_unref(parsed);
-    return result.value_or(URL);
+    return URLWithSchemeHostAndPath(kStoreBookScheme, URL.host(), g_uri_get_path(parsed.get())).value_or(URL);
 }

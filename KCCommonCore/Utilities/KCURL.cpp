@@ -1,15 +1,8 @@
 #include "KCURL.h"
 
-#include <glib.h>
-
-#include <memory>
+#include "KCGLibPointer.h"
 
 namespace {
-
-struct GFreeDeleter {
-    void operator()(void* p) const { g_free(p); }
-};
-using GCharPtr = std::unique_ptr<char, GFreeDeleter>;
 
 std::string textOrEmpty(const char* text)
 {
@@ -27,30 +20,25 @@ bool isWritablePath(const char* path)
 std::optional<KCURL> KCURL::URLWithString(std::string_view text)
 {
     std::string owned(text);
-    GUri* uri = g_uri_parse(owned.c_str(), GUriFlags(G_URI_FLAGS_ENCODED | G_URI_FLAGS_PARSE_RELAXED), nullptr);
+    KCGUriPointer uri(g_uri_parse(owned.c_str(), GUriFlags(G_URI_FLAGS_ENCODED | G_URI_FLAGS_PARSE_RELAXED), nullptr));
     // Relaxed parsing lets ';' end a host, which leaves a path that does not
     // start with '/' and that no URL can be written back with; read such text
     // by the strict grammar, where ';' belongs to the host.
-    if (uri && g_uri_get_host(uri) && !isWritablePath(g_uri_get_path(uri))) {
-        g_uri_unref(uri);
-        uri = g_uri_parse(owned.c_str(), G_URI_FLAGS_ENCODED, nullptr);
-    }
+    if (uri && g_uri_get_host(uri.get()) && !isWritablePath(g_uri_get_path(uri.get())))
+        uri.reset(g_uri_parse(owned.c_str(), G_URI_FLAGS_ENCODED, nullptr));
     if (!uri)
         return std::nullopt;
     KCURL url;
-    GCharPtr absolute(g_uri_to_string(uri));
-    if (!absolute) {
-        g_uri_unref(uri);
+    KCGCharPointer absolute(g_uri_to_string(uri.get()));
+    if (!absolute)
         return std::nullopt;
-    }
     url.m_absolute = absolute.get();
-    url.m_scheme = textOrEmpty(g_uri_get_scheme(uri));
-    url.m_host = textOrEmpty(g_uri_get_host(uri));
-    url.m_query = textOrEmpty(g_uri_get_query(uri));
-    const char* rawPath = g_uri_get_path(uri);
-    GCharPtr decoded(rawPath ? g_uri_unescape_string(rawPath, nullptr) : nullptr);
+    url.m_scheme = textOrEmpty(g_uri_get_scheme(uri.get()));
+    url.m_host = textOrEmpty(g_uri_get_host(uri.get()));
+    url.m_query = textOrEmpty(g_uri_get_query(uri.get()));
+    const char* rawPath = g_uri_get_path(uri.get());
+    KCGCharPointer decoded(rawPath ? g_uri_unescape_string(rawPath, nullptr) : nullptr);
     url.m_path = decoded ? std::string(decoded.get()) : textOrEmpty(rawPath);
-    g_uri_unref(uri);
     return url;
 }
 
@@ -58,7 +46,7 @@ std::optional<KCURL> KCURL::fileURLWithPath(std::string_view path)
 {
     std::string owned(path);
     GError* error = nullptr;
-    GCharPtr uri(g_filename_to_uri(owned.c_str(), nullptr, &error));
+    KCGCharPointer uri(g_filename_to_uri(owned.c_str(), nullptr, &error));
     if (!uri) {
         g_clear_error(&error);
         return std::nullopt;

@@ -1,11 +1,10 @@
 #include "PMSampleBook.h"
 
+#include "epubwriter/PMEpubWriter.h"
+
 #include <openssl/sha.h>
-#include <zip.h>
 
 #include <cctype>
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -65,29 +64,6 @@ std::string encryptionDocument(PMFontObfuscation obfuscation)
                        "<encryption xmlns=\"urn:oasis:names:tc:opendocument:xmlns:container\" xmlns:enc=\"http://www.w3.org/2001/04/xmlenc#\">\n"
                        "<enc:EncryptedData><enc:EncryptionMethod Algorithm=\"") + algorithm + "\"/>\n"
            "<enc:CipherData><enc:CipherReference URI=\"OEBPS/fonts/sample-serif.ttf\"/></enc:CipherData></enc:EncryptedData>\n</encryption>\n";
-}
-
-bool addEntry(zip_t* archive, const std::string& name, const std::string& bytes, bool stored)
-{
-    // libzip copies nothing here: the buffer must outlive zip_close, so each
-    // entry gets its own heap copy that libzip frees.
-    void* copy = malloc(bytes.size() ? bytes.size() : 1);
-    if (!copy)
-        return false;
-    memcpy(copy, bytes.data(), bytes.size());
-    zip_source_t* source = zip_source_buffer(archive, copy, bytes.size(), 1);
-    if (!source) {
-        free(copy);
-        return false;
-    }
-    zip_int64_t index = zip_file_add(archive, name.c_str(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8);
-    if (index < 0) {
-        zip_source_free(source);
-        return false;
-    }
-    if (stored)
-        zip_set_file_compression(archive, static_cast<zip_uint64_t>(index), ZIP_CM_STORE, 0);
-    return true;
 }
 
 } // namespace
@@ -200,28 +176,17 @@ std::optional<std::string> PMWriteSampleBook(const PMSampleBookOptions& options,
     std::string font = readFile(options.fontPath);
     if (font.empty())
         return "cannot read the font " + options.fontPath;
-    int errorCode = 0;
-    zip_t* archive = zip_open(epubPath.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &errorCode);
-    if (!archive)
-        return "cannot create " + epubPath;
-    bool written = addEntry(archive, "mimetype", "application/epub+zip", true)
-        && addEntry(archive, "META-INF/container.xml",
-            "<?xml version=\"1.0\"?>\n<container version=\"1.0\" xmlns=\"urn:oasis:names:tc:opendocument:xmlns:container\">\n"
-            "<rootfiles><rootfile full-path=\"OEBPS/content.opf\" media-type=\"application/oebps-package+xml\"/></rootfiles>\n</container>\n", false)
-        && addEntry(archive, "OEBPS/content.opf", packageDocument(options), false)
-        && addEntry(archive, "OEBPS/styles/book.css", kStyleSheet, false)
-        && addEntry(archive, "OEBPS/fonts/sample-serif.ttf", PMObfuscateFont(font, options.obfuscation, options.identifier), false);
-    if (written && options.obfuscation != PMFontObfuscation::None)
-        written = addEntry(archive, "META-INF/encryption.xml", encryptionDocument(options.obfuscation), false);
-    for (size_t index = 0; written && index < options.chapters.size(); ++index)
-        written = addEntry(archive, "OEBPS/text/" + chapterName(index), chapterDocument(options.chapters[index]), false);
-    if (!written) {
-        zip_discard(archive);
-        return "cannot write " + epubPath;
-    }
-    if (zip_close(archive) != 0) {
-        zip_discard(archive);
-        return "cannot write " + epubPath;
-    }
+    PMEpubWriter writer(epubPath);
+    writer.addContainer("OEBPS/content.opf");
+    writer.add("OEBPS/content.opf", packageDocument(options));
+    writer.add("OEBPS/styles/book.css", kStyleSheet);
+    writer.add("OEBPS/fonts/sample-serif.ttf", PMObfuscateFont(font, options.obfuscation, options.identifier));
+    if (options.obfuscation != PMFontObfuscation::None)
+        writer.add("META-INF/encryption.xml", encryptionDocument(options.obfuscation));
+    for (size_t index = 0; index < options.chapters.size(); ++index)
+        writer.add("OEBPS/text/" + chapterName(index), chapterDocument(options.chapters[index]));
+    KCError error;
+    if (!writer.close(&error))
+        return error.message;
     return std::nullopt;
 }

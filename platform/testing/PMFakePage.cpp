@@ -1,6 +1,6 @@
 #include "PMFakePage.h"
 
-std::optional<PMImage> PMFakeFrame::snapshotOfRect(const KCRect& rect, double scale)
+std::optional<KCImage> PMFakeFrame::snapshotOfRect(const KCRect& rect, double scale)
 {
     m_snapshotRequests.push_back({rect, scale});
     return m_snapshotImage;

@@ -17,20 +17,20 @@ public:
     };
 
     KCRect contentBounds() override { return m_contentBounds; }
-    std::optional<PMImage> snapshotOfRect(const KCRect& rect, double scale) override;
+    std::optional<KCImage> snapshotOfRect(const KCRect& rect, double scale) override;
     std::shared_ptr<PMScriptContext> scriptContext() override { return m_scriptContext; }
     std::shared_ptr<PMDOMDocument> document() override { return m_document; }
 
     void setContentBounds(const KCRect& bounds) { m_contentBounds = bounds; }
     // The image every snapshot answers; nothing makes snapshots fail.
-    void setSnapshotImage(std::optional<PMImage> image) { m_snapshotImage = std::move(image); }
+    void setSnapshotImage(std::optional<KCImage> image) { m_snapshotImage = std::move(image); }
     void setScriptContext(std::shared_ptr<PMScriptContext> context) { m_scriptContext = std::move(context); }
     void setDocument(std::shared_ptr<PMDOMDocument> document) { m_document = std::move(document); }
     const std::vector<SnapshotRequest>& snapshotRequests() const { return m_snapshotRequests; }
 
 private:
     KCRect m_contentBounds;
-    std::optional<PMImage> m_snapshotImage;
+    std::optional<KCImage> m_snapshotImage;
     std::shared_ptr<PMScriptContext> m_scriptContext;
     std::shared_ptr<PMDOMDocument> m_document;
     std::vector<SnapshotRequest> m_snapshotRequests;

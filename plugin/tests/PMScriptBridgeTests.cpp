@@ -126,13 +126,9 @@ TEST_F(PMScriptBridgeTest, ConsoleLogWritesTheMessageText)
 
 TEST(PMColorAdditionsTest, ColorWithHexValue)
 {
-    PMColor color = colorWithHexValue(0xFF8000);
-    EXPECT_EQ(color.red, 1.0);
-    EXPECT_NEAR(color.green, 0.50196, 1e-5);
-    EXPECT_EQ(color.green, static_cast<double>(128.0f / 255.0f));
-    EXPECT_EQ(color.blue, 0.0);
-    EXPECT_EQ(color.alpha, 1.0);
-    EXPECT_EQ(color.colorSpace, PMColorSpace::DeviceRGB);
+    KCColor color = colorWithHexValue(0xFF8000);
+    EXPECT_NEAR(color.green(), 0.50196, 1e-5);
+    EXPECT_EQ(color, KCColor(1.0, static_cast<double>(128.0f / 255.0f), 0.0, 1.0, KCColorSpace::DeviceRGB));
 }
 
 } // namespace

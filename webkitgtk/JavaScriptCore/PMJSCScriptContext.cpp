@@ -1,5 +1,6 @@
 #include "PMJSCScriptContext.h"
 
+#include "Utilities/KCGLibPointer.h"
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringConversion.h"
 
@@ -13,11 +14,6 @@ namespace {
 constexpr int kMaxConversionDepth = 32;
 // Longer arrays are cut off, so a sparse `new Array(1e9)` cannot stall the page.
 constexpr uint64_t kMaxConvertedElements = 1u << 20;
-
-struct GFreeDeleter {
-    void operator()(void* pointer) const { g_free(pointer); }
-};
-using GCharPointer = std::unique_ptr<char, GFreeDeleter>;
 
 // Notes whether anything threw while it lives; the exception still lands in
 // the context's slot, as it does without a handler.
@@ -81,7 +77,7 @@ PMJSCScriptException::~PMJSCScriptException() { g_object_unref(m_exception); }
 
 std::string PMJSCScriptException::description() const
 {
-    GCharPointer text(jsc_exception_to_string(m_exception));
+    KCGCharPointer text(jsc_exception_to_string(m_exception));
     return text ? std::string(text.get()) : std::string();
 }
 
@@ -254,7 +250,7 @@ KCValue PMJSCScriptContext::kcValue(JSCValue* value, int depth)
     if (jsc_value_is_number(value))
         return KCValue(jsc_value_to_double(value));
     if (jsc_value_is_string(value)) {
-        GCharPointer text(jsc_value_to_string(value));
+        KCGCharPointer text(jsc_value_to_string(value));
         return text ? KCValue::fromUTF8(text.get()) : KCValue();
     }
     if (depth > kMaxConversionDepth) {
@@ -296,13 +292,12 @@ KCValue PMJSCScriptContext::kcValue(JSCValue* value, int depth)
         return KCValue(KCDate::fromTimeIntervalSince1970(milliseconds / 1000.0));
     }
     KCDictionary dictionary;
-    if (char** names = jsc_value_object_enumerate_properties(value)) {
-        for (char** name = names; *name; ++name) {
+    if (KCGStrvPointer names {jsc_value_object_enumerate_properties(value)}) {
+        for (char** name = names.get(); *name; ++name) {
             JSCValue* property = jsc_value_object_get_property(value, *name);
             dictionary.set(*name, kcValue(property, depth + 1));
             g_object_unref(property);
         }
-        g_strfreev(names);
     }
     return KCValue(std::move(dictionary));
 }
@@ -312,7 +307,7 @@ std::optional<std::u16string> PMJSCScriptContext::toString(const PMScriptValueRe
     JSCValue* native = nativeOf(value);
     if (!native)
         return u"undefined";
-    GCharPointer text(jsc_value_to_string(native));
+    KCGCharPointer text(jsc_value_to_string(native));
     if (!text)
         return std::nullopt;
     return KCUTF16FromUTF8(text.get());

@@ -37,7 +37,7 @@ void snapshotReplied(GObject* source, GAsyncResult* result, gpointer data)
     delete wait;
 }
 
-std::optional<PMImage> imageFromReply(const KCValue& reply)
+std::optional<KCImage> imageFromReply(const KCValue& reply)
 {
     auto width = reply["width"].uint64Value();
     auto height = reply["height"].uint64Value();
@@ -45,7 +45,7 @@ std::optional<PMImage> imageFromReply(const KCValue& reply)
     const KCData* pixels = reply["pixels"].data();
     if (!width || !height || !bytesPerRow || !pixels || *bytesPerRow < *width * 4 || pixels->size() < *bytesPerRow * *height)
         return std::nullopt;
-    return PMImage {static_cast<int>(*width), static_cast<int>(*height), static_cast<size_t>(*bytesPerRow), *pixels};
+    return KCImage {static_cast<int>(*width), static_cast<int>(*height), static_cast<size_t>(*bytesPerRow), *pixels};
 }
 
 } // namespace
@@ -62,7 +62,7 @@ KCRect PMWebKitFrame::contentBounds()
     return KCRect {{0, 0}, {json[0].get<double>(), json[1].get<double>()}};
 }
 
-std::optional<PMImage> PMWebKitFrame::snapshotOfRect(const KCRect& rect, double scale)
+std::optional<KCImage> PMWebKitFrame::snapshotOfRect(const KCRect& rect, double scale)
 {
     KCDictionary body {{"x", rect.origin.x}, {"y", rect.origin.y}, {"width", rect.size.width}, {"height", rect.size.height}, {"scale", scale}};
     auto wait = std::make_shared<SnapshotWait>();

@@ -12,7 +12,7 @@ public:
     KCRect contentBounds() override;
     // The web process cannot draw its page into a bitmap: the UI side takes
     // the snapshot and answers a bridge message; this waits for the answer.
-    std::optional<PMImage> snapshotOfRect(const KCRect& rect, double scale) override;
+    std::optional<KCImage> snapshotOfRect(const KCRect& rect, double scale) override;
     std::shared_ptr<PMScriptContext> scriptContext() override;
     std::shared_ptr<PMDOMDocument> document() override;
 

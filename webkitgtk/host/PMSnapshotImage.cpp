@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-std::optional<PMImage> PMImageFromTexture(GdkTexture* texture, const KCRect& rect, double scale)
+std::optional<KCImage> PMImageFromTexture(GdkTexture* texture, const KCRect& rect, double scale)
 {
     if (!texture || !std::isfinite(scale) || scale <= 0)
         return std::nullopt;
@@ -26,7 +26,7 @@ std::optional<PMImage> PMImageFromTexture(GdkTexture* texture, const KCRect& rec
     gdk_texture_download(texture, cairo_image_surface_get_data(source), cairo_image_surface_get_stride(source));
     cairo_surface_mark_dirty(source);
 
-    PMImage image;
+    KCImage image;
     image.width = static_cast<int>(width);
     image.height = static_cast<int>(height);
     image.bytesPerRow = static_cast<size_t>(cairo_format_stride_for_width(CAIRO_FORMAT_ARGB32, image.width));
@@ -47,7 +47,7 @@ std::optional<PMImage> PMImageFromTexture(GdkTexture* texture, const KCRect& rec
     return image;
 }
 
-KCValue PMSnapshotReplyBody(const std::optional<PMImage>& image)
+KCValue PMSnapshotReplyBody(const std::optional<KCImage>& image)
 {
     if (!image)
         return KCValue();

@@ -17,7 +17,7 @@ void snapshotTaken(GObject* source, GAsyncResult* result, gpointer data)
     KCValue request = PMKCValueFromGVariant(webkit_user_message_get_parameters(message));
     KCRect rect {{request["x"].doubleValue().value_or(0), request["y"].doubleValue().value_or(0)},
         {request["width"].doubleValue().value_or(0), request["height"].doubleValue().value_or(0)}};
-    std::optional<PMImage> image;
+    std::optional<KCImage> image;
     if (texture) {
         image = PMImageFromTexture(texture, rect, request["scale"].doubleValue().value_or(0));
         g_object_unref(texture);

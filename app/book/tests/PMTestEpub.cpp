@@ -1,17 +1,16 @@
 #include "PMTestEpub.h"
 
+#include "epubwriter/PMEpubWriter.h"
+
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
-#include <zip.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <sys/stat.h>
 
 namespace {
 
@@ -24,25 +23,6 @@ std::string packageDirectory(const std::string& packagePath)
 {
     size_t slash = packagePath.rfind('/');
     return slash == std::string::npos ? "" : packagePath.substr(0, slash + 1);
-}
-
-bool addEntry(zip_t* archive, const std::string& name, const std::string& bytes, bool stored = false)
-{
-    // libzip copies nothing until close: the buffer must outlive the archive
-    // handle, so it is handed over with freep = 1.
-    void* copy = std::malloc(bytes.size() ? bytes.size() : 1);
-    std::memcpy(copy, bytes.data(), bytes.size());
-    zip_source_t* source = zip_source_buffer(archive, copy, bytes.size(), 1);
-    if (!source)
-        return false;
-    zip_int64_t index = zip_file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8);
-    if (index < 0) {
-        zip_source_free(source);
-        return false;
-    }
-    if (stored)
-        zip_set_file_compression(archive, static_cast<zip_uint64_t>(index), ZIP_CM_STORE, 0);
-    return true;
 }
 
 } // namespace
@@ -91,36 +71,26 @@ std::string PMTestEpub::encryptionDocument() const
 
 bool PMTestEpub::write(const std::string& epubPath) const
 {
-    int error = 0;
-    zip_t* archive = zip_open(epubPath.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &error);
-    if (!archive) {
-        ADD_FAILURE() << "cannot create " << epubPath;
-        return false;
-    }
-    bool ok = addEntry(archive, "mimetype", "application/epub+zip", true);
-    if (writeContainer) {
-        ok = ok && addEntry(archive, "META-INF/container.xml",
-            "<?xml version=\"1.0\"?>\n<container version=\"1.0\" xmlns=\"urn:oasis:names:tc:opendocument:xmlns:container\">\n"
-            "  <rootfiles><rootfile full-path=\"" + packagePath + "\" media-type=\"application/oebps-package+xml\"/></rootfiles>\n</container>\n");
-    }
-    ok = ok && addEntry(archive, packagePath, packageOverride.value_or(packageDocument()));
+    PMEpubWriter writer(epubPath);
+    if (writeContainer)
+        writer.addContainer(packagePath);
+    writer.add(packagePath, packageOverride.value_or(packageDocument()));
     bool anyEncrypted = false;
     for (const auto& file : files) {
-        ok = ok && addEntry(archive, file.path, file.bytes);
+        writer.add(file.path, file.bytes);
         anyEncrypted |= !file.encryptionAlgorithm.empty();
     }
     if (anyEncrypted)
-        ok = ok && addEntry(archive, "META-INF/encryption.xml", encryptionDocument());
+        writer.add("META-INF/encryption.xml", encryptionDocument());
     for (const auto& raw : rawEntries) {
-        ok = ok && addEntry(archive, raw.name, raw.bytes);
-        if (ok && raw.symbolicLink) {
-            zip_int64_t index = zip_name_locate(archive, raw.name.c_str(), 0);
-            ok = index >= 0 && zip_file_set_external_attributes(archive, static_cast<zip_uint64_t>(index), 0, ZIP_OPSYS_UNIX, (S_IFLNK | 0777u) << 16) == 0;
-        }
+        if (raw.symbolicLink)
+            writer.addSymbolicLink(raw.name, raw.bytes);
+        else
+            writer.add(raw.name, raw.bytes);
     }
-    if (!ok || zip_close(archive) != 0) {
-        ADD_FAILURE() << "cannot write " << epubPath << ": " << zip_strerror(archive);
-        zip_discard(archive);
+    KCError error;
+    if (!writer.close(&error)) {
+        ADD_FAILURE() << error.message;
         return false;
     }
     return true;

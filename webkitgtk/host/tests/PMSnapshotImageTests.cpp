@@ -21,7 +21,7 @@ GdkTexture* halves(int width, int height)
     return texture;
 }
 
-uint32_t pixel(const PMImage& image, int x, int y)
+uint32_t pixel(const KCImage& image, int x, int y)
 {
     uint32_t value;
     memcpy(&value, image.pixels.data() + static_cast<size_t>(y) * image.bytesPerRow + static_cast<size_t>(x) * 4, 4);
