@@ -337,7 +337,7 @@ const KCPersistentStore::EntitySQL& KCPersistentStore::sqlFor(const KCEntityDesc
 bool KCPersistentStore::appendWhere(const KCFetchRequest& request, const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCError* error)
 {
     if (!request.predicate)
-        return true;
+        return KCSetStoreError(error, KCStoreErrorInvalidPredicate, "the fetch of " + entity.name() + " has no predicate: its format did not parse");
     sql += " WHERE ";
     return request.predicate->appendSQL(entity, sql, bindings, error);
 }

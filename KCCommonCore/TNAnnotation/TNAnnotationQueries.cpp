@@ -27,6 +27,11 @@ std::shared_ptr<TNAnnotation> lastOf(const std::optional<TNAnnotation::Annotatio
     return annotations && !annotations->empty() ? annotations->back() : nullptr;
 }
 
+bool hasContext(const KCManagedObjectContext* context, KCError* error)
+{
+    return context || KCSetStoreError(error, KCStoreErrorNoStore, "no context to fetch annotations in");
+}
+
 } // namespace
 
 TNAnnotation::Predicate TNAnnotation::predicateForAnnotationWithUUID(std::u16string_view uuid, TextArgument assetID)
@@ -97,36 +102,39 @@ TNAnnotation::Predicate TNAnnotation::predicateForAnnotationsWithUserModificatio
     return KCPredicate::predicateWithFormat("%K != NULL", KCValue(u"futureProofing6"));
 }
 
-std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForPredicate(Predicate predicate, KCManagedObjectContext* context)
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error)
 {
-    if (!context)
+    if (!hasContext(context, error))
         return std::nullopt;
-    return annotationsOf(context->entity(entityName(), std::move(predicate), "annotationCreationDate", true, 0));
+    auto objects = context->entity(entityName(), std::move(predicate), "annotationCreationDate", true, 0, error);
+    if (!objects)
+        return std::nullopt;
+    return annotationsOf(*objects);
 }
 
-std::shared_ptr<TNAnnotation> TNAnnotation::annotationWithUUID(std::u16string_view uuid, TextArgument assetID, KCManagedObjectContext* context)
+std::shared_ptr<TNAnnotation> TNAnnotation::annotationWithUUID(std::u16string_view uuid, TextArgument assetID, KCManagedObjectContext* context, KCError* error)
 {
-    return lastOf(annotationsForPredicate(predicateForAnnotationWithUUID(uuid, assetID), context));
+    return lastOf(annotationsForPredicate(predicateForAnnotationWithUUID(uuid, assetID), context, error));
 }
 
-std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForAssetID(std::u16string_view assetID, bool includingDeleted, KCManagedObjectContext* context)
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForAssetID(std::u16string_view assetID, bool includingDeleted, KCManagedObjectContext* context, KCError* error)
 {
-    return annotationsForPredicate(predicateForAnnotationsWithAssetID(assetID, includingDeleted), context);
+    return annotationsForPredicate(predicateForAnnotationsWithAssetID(assetID, includingDeleted), context, error);
 }
 
-std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithAssetIDInList(const KCArray& assetIDs, bool includingDeleted, KCManagedObjectContext* context)
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithAssetIDInList(const KCArray& assetIDs, bool includingDeleted, KCManagedObjectContext* context, KCError* error)
 {
-    return annotationsForPredicate(predicateForAnnotationsWithAssetIDInList(assetIDs, includingDeleted), context);
+    return annotationsForPredicate(predicateForAnnotationsWithAssetIDInList(assetIDs, includingDeleted), context, error);
 }
 
-std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithUUIDInList(const KCArray& uuids, TextArgument assetID, KCManagedObjectContext* context)
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithUUIDInList(const KCArray& uuids, TextArgument assetID, KCManagedObjectContext* context, KCError* error)
 {
-    return annotationsForPredicate(predicateForAnnotationsWithUUIDInList(uuids, assetID), context);
+    return annotationsForPredicate(predicateForAnnotationsWithUUIDInList(uuids, assetID), context, error);
 }
 
-std::shared_ptr<TNAnnotation> TNAnnotation::globalAnnotationForAssetID(std::u16string_view assetID, KCManagedObjectContext* context)
+std::shared_ptr<TNAnnotation> TNAnnotation::globalAnnotationForAssetID(std::u16string_view assetID, KCManagedObjectContext* context, KCError* error)
 {
-    return lastOf(annotationsForPredicate(predicateForGlobalAnnotationWithAssetID(assetID), context));
+    return lastOf(annotationsForPredicate(predicateForGlobalAnnotationWithAssetID(assetID), context, error));
 }
 
 KCExpressionDescription TNAnnotation::maxExpressionDescriptionForProperty(const std::string& property, const std::string& expressionName)
@@ -148,16 +156,16 @@ KCExpressionDescription TNAnnotation::maxUserModificationDateExpressionDescripti
     return description;
 }
 
-std::optional<std::vector<KCDictionary>> TNAnnotation::dictionaryResultsForAssetsWithPredicate(Predicate predicate, const std::vector<KCPropertyToFetch>& properties, KCManagedObjectContext* context)
+std::optional<std::vector<KCDictionary>> TNAnnotation::dictionaryResultsForAssetsWithPredicate(Predicate predicate, const std::vector<KCPropertyToFetch>& properties, KCManagedObjectContext* context, KCError* error)
 {
-    if (!context)
+    if (!hasContext(context, error))
         return std::nullopt;
     KCFetchRequest request(entityName());
     request.resultType = KCFetchRequestResultType::Dictionary;
     request.propertiesToFetch = properties;
     request.returnsDistinctResults = true;
     request.predicate = std::move(predicate);
-    auto rows = context->executeFetchRequest(request);
+    auto rows = context->executeFetchRequest(request, error);
     if (!rows)
         return std::nullopt;
     std::vector<KCDictionary> dictionaries;
@@ -167,9 +175,9 @@ std::optional<std::vector<KCDictionary>> TNAnnotation::dictionaryResultsForAsset
     return dictionaries;
 }
 
-std::optional<KCDictionary> TNAnnotation::maxModificationDateForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context)
+std::optional<KCDictionary> TNAnnotation::maxModificationDateForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error)
 {
-    if (!context)
+    if (!hasContext(context, error))
         return std::nullopt;
     KCFetchRequest request(entityName());
     request.resultType = KCFetchRequestResultType::Dictionary;
@@ -179,7 +187,7 @@ std::optional<KCDictionary> TNAnnotation::maxModificationDateForAssetsWithPredic
     request.returnsDistinctResults = true;
     request.predicate = std::move(predicate);
     KCDictionary latest;
-    auto rows = context->executeFetchRequest(request);
+    auto rows = context->executeFetchRequest(request, error);
     if (!rows)
         return latest;
     for (const KCValue& row : *rows) {
@@ -190,9 +198,9 @@ std::optional<KCDictionary> TNAnnotation::maxModificationDateForAssetsWithPredic
     return latest;
 }
 
-std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context)
+std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error)
 {
-    if (!context)
+    if (!hasContext(context, error))
         return std::nullopt;
     KCFetchRequest request(entityName());
     request.resultType = KCFetchRequestResultType::Dictionary;
@@ -201,10 +209,11 @@ std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredi
     request.propertiesToGroupBy = {"annotationAssetID", "futureProofing2"};
     request.propertiesToFetch = {std::string("annotationAssetID"), std::string("futureProofing2")};
     KCDictionary versions;
-    KCError error;
-    auto rows = context->executeFetchRequest(request, &error);
+    KCError failure;
+    auto rows = context->executeFetchRequest(request, &failure);
     if (!rows) {
-        KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", error.description());
+        KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", failure.description());
+        KCSetError(error, std::move(failure));
         return versions;
     }
     for (const KCValue& row : *rows) {
@@ -215,9 +224,9 @@ std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredi
     return versions;
 }
 
-std::optional<KCDate> TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(KCManagedObjectContext* context)
+std::optional<KCDate> TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(KCManagedObjectContext* context, KCError* error)
 {
-    auto rows = dictionaryResultsForAssetsWithPredicate(KCPredicate::predicateWithValue(true), {maxModificationDateExpressionDescription()}, context);
+    auto rows = dictionaryResultsForAssetsWithPredicate(KCPredicate::predicateWithValue(true), {maxModificationDateExpressionDescription()}, context, error);
     if (!rows || rows->empty())
         return std::nullopt;
     return KCValue(rows->back())[maxModificationDateColumnName()].date();
