@@ -166,18 +166,27 @@ int add(Session& session, const Options& options)
     return 0;
 }
 
-std::shared_ptr<TNAnnotation> annotationNamed(Session& session, const Options& options)
+// A store that could not be read is not an empty one: say so and fail.
+int readFailure(const KCError& error)
+{
+    return PMFail("could not read the annotation store: " + error.message);
+}
+
+std::shared_ptr<TNAnnotation> annotationNamed(Session& session, const Options& options, KCError* error)
 {
     auto uuid = textOption(options, "uuid");
-    return uuid ? TNAnnotation::annotationWithUUID(*uuid, std::nullopt, session.context.get()) : nullptr;
+    return uuid ? TNAnnotation::annotationWithUUID(*uuid, std::nullopt, session.context.get(), error) : nullptr;
 }
 
 // Fields set from the command line, through the record's own setters so that dates are stamped.
 int setField(Session& session, const Options& options)
 {
-    auto annotation = annotationNamed(session, options);
+    KCError error;
+    auto annotation = annotationNamed(session, options, &error);
     auto field = options.option("field");
     auto value = options.option("value");
+    if (!error.domain.empty())
+        return readFailure(error);
     if (!annotation)
         return PMFail("set needs the --uuid of an annotation in the store");
     if (!field || !value)
@@ -229,8 +238,14 @@ int setField(Session& session, const Options& options)
 
 int latest(Session& session, bool json)
 {
-    auto perBook = TNAnnotation::maxModificationDateForAssetsWithPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), session.context.get());
-    auto overall = TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(session.context.get());
+    // Both answer "nothing" for an empty store too; only the error tells a failure.
+    KCError error;
+    auto perBook = TNAnnotation::maxModificationDateForAssetsWithPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), session.context.get(), &error);
+    if (!error.domain.empty())
+        return readFailure(error);
+    auto overall = TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(session.context.get(), &error);
+    if (!error.domain.empty())
+        return readFailure(error);
     KCDictionary books = perBook.value_or(KCDictionary());
     if (json) {
         nlohmann::ordered_json out {{"books", jsonOf(KCValue(books))}, {"overall", overall ? nlohmann::ordered_json(overall->timeIntervalSinceReferenceDate) : nlohmann::ordered_json()}};
@@ -269,7 +284,10 @@ int runAnnotations(const std::vector<std::string>& args)
     if (command == "set")
         return setField(*session, options);
     if (command == "delete") {
-        auto annotation = annotationNamed(*session, options);
+        KCError error;
+        auto annotation = annotationNamed(*session, options, &error);
+        if (!error.domain.empty())
+            return readFailure(error);
         if (!annotation)
             return PMFail("delete needs the --uuid of an annotation in the store");
         annotation->setAnnotationDeleted(true);
@@ -282,7 +300,11 @@ int runAnnotations(const std::vector<std::string>& args)
     TNAnnotation::Predicate predicate = command == "list" ? TNAnnotation::predicateForAnnotationsWithAssetID(*asset, options.flag("include-deleted"))
         : command == "bookmarks"                        ? TNAnnotation::predicateForPageBookmarksWithAssetID(*asset)
                                                         : TNAnnotation::predicateForRangeAnnotationsWithAssetID(*asset);
-    printAnnotations(TNAnnotation::annotationsForPredicate(predicate, session->context.get()).value_or(TNAnnotation::Annotations()), json);
+    KCError error;
+    auto annotations = TNAnnotation::annotationsForPredicate(predicate, session->context.get(), &error);
+    if (!annotations)
+        return readFailure(error);
+    printAnnotations(*annotations, json);
     return 0;
 }
 
