@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -95,6 +96,8 @@ private:
 
     KCPersistentStore(KCURL url, std::shared_ptr<const KCManagedObjectModel> model, std::unique_ptr<KCSQLiteDatabase> database);
     bool prepareStore(const KCPersistentStoreOptions& options, KCError* error);
+    bool checkStoreOfOurs(bool& fresh, KCError* error);
+    std::optional<std::set<std::string>> tableColumns(const KCEntityDescription& entity, KCError* error);
     bool createSchema(bool fresh, KCError* error);
     bool readMetadata(KCError* error);
     bool writeMetadata(KCError* error);
