@@ -4,6 +4,8 @@
 
 #include "Utilities/KCLogger.h"
 
+#include <functional>
+
 namespace {
 
 KCValue text(std::u16string_view value)
@@ -30,6 +32,34 @@ std::shared_ptr<TNAnnotation> lastOf(const std::optional<TNAnnotation::Annotatio
 bool hasContext(const KCManagedObjectContext* context, KCError* error)
 {
     return context || KCSetStoreError(error, KCStoreErrorNoStore, "no context to fetch annotations in");
+}
+
+// Book → what `pick` takes from its row, from a distinct dictionary fetch
+// grouped by the book and one more key. A failed fetch is handed to
+// `logFailure` and answers an empty dictionary.
+KCDictionary perBook(TNAnnotation::Predicate predicate, std::string groupKey, std::vector<KCPropertyToFetch> properties, KCManagedObjectContext& context,
+    KCError* error, const std::function<KCValue(const KCValue&)>& pick, const std::function<void(const KCError&)>& logFailure)
+{
+    KCFetchRequest request(TNAnnotation::entityName());
+    request.resultType = KCFetchRequestResultType::Dictionary;
+    request.propertiesToGroupBy = {"annotationAssetID", std::move(groupKey)};
+    request.propertiesToFetch = std::move(properties);
+    request.returnsDistinctResults = true;
+    request.predicate = std::move(predicate);
+    KCDictionary books;
+    KCError failure;
+    auto rows = context.executeFetchRequest(request, &failure);
+    if (!rows) {
+        logFailure(failure);
+        KCSetError(error, std::move(failure));
+        return books;
+    }
+    for (const KCValue& row : *rows) {
+        const KCValue& book = row["annotationAssetID"];
+        if (book.string())
+            books.set(book.utf8String(), pick(row));
+    }
+    return books;
 }
 
 } // namespace
@@ -179,49 +209,19 @@ std::optional<KCDictionary> TNAnnotation::maxModificationDateForAssetsWithPredic
 {
     if (!hasContext(context, error))
         return std::nullopt;
-    KCFetchRequest request(entityName());
-    request.resultType = KCFetchRequestResultType::Dictionary;
     // Grouped by the date as well as the book: a book may yield several rows, and the last one read wins.
-    request.propertiesToGroupBy = {"annotationAssetID", "annotationModificationDate"};
-    request.propertiesToFetch = {maxModificationDateExpressionDescription(), std::string("annotationAssetID")};
-    request.returnsDistinctResults = true;
-    request.predicate = std::move(predicate);
-    KCDictionary latest;
-    auto rows = context->executeFetchRequest(request, error);
-    if (!rows)
-        return latest;
-    for (const KCValue& row : *rows) {
-        const KCValue& book = row["annotationAssetID"];
-        if (book.string())
-            latest.set(book.utf8String(), row[maxModificationDateColumnName()]);
-    }
-    return latest;
+    return perBook(std::move(predicate), "annotationModificationDate", {maxModificationDateExpressionDescription(), std::string("annotationAssetID")},
+        *context, error, [](const KCValue& row) { return row[maxModificationDateColumnName()]; },
+        [](const KCError& failure) { KCLog("Failed to fetch the latest modification dates: %@", failure.description()); });
 }
 
 std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error)
 {
     if (!hasContext(context, error))
         return std::nullopt;
-    KCFetchRequest request(entityName());
-    request.resultType = KCFetchRequestResultType::Dictionary;
-    request.returnsDistinctResults = true;
-    request.predicate = std::move(predicate);
-    request.propertiesToGroupBy = {"annotationAssetID", "futureProofing2"};
-    request.propertiesToFetch = {std::string("annotationAssetID"), std::string("futureProofing2")};
-    KCDictionary versions;
-    KCError failure;
-    auto rows = context->executeFetchRequest(request, &failure);
-    if (!rows) {
-        KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", failure.description());
-        KCSetError(error, std::move(failure));
-        return versions;
-    }
-    for (const KCValue& row : *rows) {
-        const KCValue& book = row["annotationAssetID"];
-        if (book.string())
-            versions.set(book.utf8String(), row);
-    }
-    return versions;
+    return perBook(std::move(predicate), "futureProofing2", {std::string("annotationAssetID"), std::string("futureProofing2")},
+        *context, error, [](const KCValue& row) { return row; },
+        [](const KCError& failure) { KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", failure.description()); });
 }
 
 std::optional<KCDate> TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(KCManagedObjectContext* context, KCError* error)
