@@ -3,9 +3,8 @@
 
 #include "TNAnnotation/TNAnnotation.h"
 #include "TNAnnotation/TNAnnotationStoreDataSource.h"
+#include "Utilities/KCJSON.h"
 #include "Utilities/KCStringConversion.h"
-
-#include <nlohmann/json.hpp>
 
 #include <charconv>
 #include <filesystem>
@@ -46,38 +45,11 @@ std::optional<std::u16string> textOption(const Options& options, const std::stri
     return text ? std::optional<std::u16string>(KCUTF16FromUTF8(*text)) : std::nullopt;
 }
 
-nlohmann::ordered_json jsonOf(const KCValue& value)
-{
-    using Kind = KCValue::Kind;
-    switch (value.kind()) {
-    case Kind::Null: return nullptr;
-    case Kind::Boolean: return *value.exactBoolean();
-    case Kind::Integer: return *value.int64Value();
-    case Kind::Unsigned: return *value.uint64Value();
-    case Kind::Double: return *value.doubleValue();
-    case Kind::String: return value.utf8String();
-    case Kind::Date: return value.date()->timeIntervalSinceReferenceDate;  // seconds since 2001-01-01
-    case Kind::Array: {
-        auto array = nlohmann::ordered_json::array();
-        for (const KCValue& item : *value.array())
-            array.push_back(jsonOf(item));
-        return array;
-    }
-    case Kind::Dictionary: {
-        auto object = nlohmann::ordered_json::object();
-        for (const auto& [key, item] : *value.dictionary())
-            object[key] = jsonOf(item);
-        return object;
-    }
-    default: return value.description();
-    }
-}
-
 nlohmann::ordered_json jsonOf(const TNAnnotation& annotation)
 {
     auto object = nlohmann::ordered_json::object();
     for (const auto& attribute : annotation.entity()->attributes())
-        object[attribute.name] = jsonOf(annotation.valueForKey(attribute.name));
+        object[attribute.name] = KCJSONFromValue(annotation.valueForKey(attribute.name)).value_or(nullptr);
     return object;
 }
 
@@ -248,7 +220,7 @@ int latest(Session& session, bool json)
         return readFailure(error);
     KCDictionary books = perBook.value_or(KCDictionary());
     if (json) {
-        nlohmann::ordered_json out {{"books", jsonOf(KCValue(books))}, {"overall", overall ? nlohmann::ordered_json(overall->timeIntervalSinceReferenceDate) : nlohmann::ordered_json()}};
+        nlohmann::ordered_json out {{"books", KCJSONFromValue(KCValue(books)).value_or(nullptr)}, {"overall", overall ? nlohmann::ordered_json(overall->timeIntervalSinceReferenceDate) : nlohmann::ordered_json()}};
         std::cout << out.dump(2) << '\n';
         return 0;
     }
