@@ -1,5 +1,6 @@
 #pragma once
 // What the store's source files share; not for use outside the store.
+// Errors: KCIsSQLiteFileOrEmpty answers false and fills *error for anything but a missing, empty or SQLite file.
 #include "KCStoreError.h"
 #include "Utilities/KCValue.h"
 
