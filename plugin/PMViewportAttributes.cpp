@@ -1,13 +1,13 @@
 #include "PMViewportAttributes.h"
 
 #include "Utilities/KCFormat.h"
+#include "Utilities/KCJSON.h"
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringConversion.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <nlohmann/json.hpp>
 
 const char* const kPMViewportAttributesWidthKey = "width";
 const char* const kPMViewportAttributesHeightKey = "height";
@@ -49,18 +49,6 @@ double attributeValue(const KCValue& value, std::u16string_view deviceWord)
     return std::min(size, 10000.0);
 }
 
-KCValue valueOfJSON(const nlohmann::json& json)
-{
-    switch (json.type()) {
-    case nlohmann::json::value_t::boolean: return KCValue(json.get<bool>());
-    case nlohmann::json::value_t::number_integer: return KCValue(json.get<int64_t>());
-    case nlohmann::json::value_t::number_unsigned: return KCValue(json.get<uint64_t>());
-    case nlohmann::json::value_t::number_float: return KCValue(json.get<double>());
-    case nlohmann::json::value_t::string: return KCValue::fromUTF8(json.get_ref<const std::string&>());
-    default: return {};
-    }
-}
-
 } // namespace
 
 std::u16string PMViewportAttributes::javaScript()
@@ -72,15 +60,16 @@ std::optional<PMViewportAttributes> PMViewportAttributes::viewportAttributesWith
 {
     if (!result || result->empty())
         return std::nullopt;
-    nlohmann::json json = nlohmann::json::parse(KCUTF8FromUTF16(*result), nullptr, false);
+    KCJSON json = KCJSON::parse(KCUTF8FromUTF16(*result), nullptr, false);
     if (json.is_discarded()) {
         KCLog("Viewport attributes are not JSON: %@", *result);
         return std::nullopt;
     }
     KCDictionary attributes;
     if (json.is_object()) {
+        // Only scalars count; a nested array or object reads as no value.
         for (const auto& [key, value] : json.items())
-            attributes.set(key, valueOfJSON(value));
+            attributes.set(key, value.is_primitive() ? KCValueFromJSON(value).value_or(KCValue()) : KCValue());
     }
     return PMViewportAttributes(attributes);
 }

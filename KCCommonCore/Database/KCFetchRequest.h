@@ -46,7 +46,9 @@ struct KCFetchRequest {
     explicit KCFetchRequest(std::string entity) : entityName(std::move(entity)) {}
 
     std::string entityName;
-    std::shared_ptr<const KCPredicate> predicate;  // none: every object
+    // Every object unless narrowed. Null is what a format that did not parse
+    // gives, so a fetch with a null predicate fails rather than widening to every object.
+    std::shared_ptr<const KCPredicate> predicate = KCPredicate::predicateWithValue(true);
     std::vector<KCSortDescriptor> sortDescriptors;
     size_t fetchLimit = 0;  // 0: no limit
     KCFetchRequestResultType resultType = KCFetchRequestResultType::ManagedObject;

@@ -3,6 +3,7 @@
 // and used only on that context's thread. Setters tell observers before and
 // after a change; primitive setters change silently. Either way the change
 // is saved with the context.
+// Errors: kc_faultIn answers nothing when the object is gone or its store fails; changes on another thread or after the context is gone are logged and refused.
 #include "KCManagedObjectModel.h"
 #include "KCPredicate.h"
 #include "Utilities/KCValue.h"

@@ -253,20 +253,20 @@ std::optional<size_t> KCManagedObjectContext::countForFetchRequest(const KCFetch
     return store->count(request, *entity, error);
 }
 
-std::vector<std::shared_ptr<KCManagedObject>> KCManagedObjectContext::entity(std::string_view entityName, std::shared_ptr<const KCPredicate> predicate, std::string_view sortKey, bool ascending, size_t fetchLimit)
+std::optional<std::vector<std::shared_ptr<KCManagedObject>>> KCManagedObjectContext::entity(std::string_view entityName, std::shared_ptr<const KCPredicate> predicate, std::string_view sortKey, bool ascending, size_t fetchLimit, KCError* error)
 {
     KCFetchRequest request {std::string(entityName)};
     request.predicate = std::move(predicate);
     if (!sortKey.empty())
         request.sortDescriptors.push_back({std::string(sortKey), ascending});
     request.fetchLimit = fetchLimit;
-    KCError error;
-    auto objects = fetchObjects(request, &error);
+    KCError failure;
+    auto objects = fetchObjects(request, &failure);
     if (!objects) {
-        KCLog("Failed to fetch %@: %@", entityName, error.description());
-        return {};
+        KCLog("Failed to fetch %@: %@", entityName, failure.description());
+        KCSetError(error, std::move(failure));
     }
-    return std::move(*objects);
+    return objects;
 }
 
 std::shared_ptr<KCManagedObject> KCManagedObjectContext::existingObjectWithID(const KCManagedObjectID& objectID, KCError* error)

@@ -7,6 +7,7 @@
 // When another context saved an object that this one also changed, the save
 // keeps this context's value of every property it changed and takes the
 // stored value of every other property.
+// Errors: fetches, counts, existingObjectWithID and save answer nothing (false) and fill *error on the wrong thread, an unknown entity, a null predicate or a store failure; entity() also logs.
 #include "KCFetchRequest.h"
 #include "KCManagedObject.h"
 #include "KCPersistentStoreCoordinator.h"
@@ -38,8 +39,9 @@ public:
     std::optional<KCArray> executeFetchRequest(const KCFetchRequest& request, KCError* error = nullptr);
     std::optional<std::vector<std::shared_ptr<KCManagedObject>>> fetchObjects(const KCFetchRequest& request, KCError* error = nullptr);
     std::optional<size_t> countForFetchRequest(const KCFetchRequest& request, KCError* error = nullptr);
-    // The objects of an entity matching the predicate, sorted by one key; limit 0 means no limit.
-    std::vector<std::shared_ptr<KCManagedObject>> entity(std::string_view entityName, std::shared_ptr<const KCPredicate> predicate, std::string_view sortKey, bool ascending, size_t fetchLimit);
+    // The objects of an entity matching the predicate, sorted by one key;
+    // limit 0 means no limit. A null predicate fails, as in a fetch request.
+    std::optional<std::vector<std::shared_ptr<KCManagedObject>>> entity(std::string_view entityName, std::shared_ptr<const KCPredicate> predicate, std::string_view sortKey, bool ascending, size_t fetchLimit, KCError* error = nullptr);
     std::shared_ptr<KCManagedObject> existingObjectWithID(const KCManagedObjectID& objectID, KCError* error = nullptr);
 
     bool hasChanges() const { return !m_inserted.empty() || !m_updated.empty() || !m_deleted.empty(); }

@@ -6,6 +6,7 @@
 //     "indexes": [["a", "b"]]}]}
 // Attribute types: integer16, integer32, integer64, boolean, double, string,
 // date (seconds since 2001-01-01) and value (any value, stored encoded).
+// Errors: modelWithJSON answers nothing, logs and fills *error for JSON that is not a valid model.
 #include "KCStoreError.h"
 #include "Utilities/KCValue.h"
 

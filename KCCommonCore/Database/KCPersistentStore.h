@@ -4,6 +4,7 @@
 // refuses files that are not our stores and stores of a newer model without
 // writing to them, and migrates stores of an older model by adding columns.
 // Callers serialise every use under the coordinator's lock.
+// Errors: open, fetches, count and save answer nothing (false) and fill *error when the file is not our store, needs a migration it may not do, or SQLite fails.
 #include "KCFetchRequest.h"
 #include "KCManagedObjectModel.h"
 #include "KCStoreError.h"
@@ -12,6 +13,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -95,6 +97,8 @@ private:
 
     KCPersistentStore(KCURL url, std::shared_ptr<const KCManagedObjectModel> model, std::unique_ptr<KCSQLiteDatabase> database);
     bool prepareStore(const KCPersistentStoreOptions& options, KCError* error);
+    bool checkStoreOfOurs(bool& fresh, KCError* error);
+    std::optional<std::set<std::string>> tableColumns(const KCEntityDescription& entity, KCError* error);
     bool createSchema(bool fresh, KCError* error);
     bool readMetadata(KCError* error);
     bool writeMetadata(KCError* error);

@@ -2,6 +2,7 @@
 // Joins the object model to the store file. Contexts on any thread reach the
 // store through it; its lock serialises every use of the store, and the data
 // source takes it around metadata reads and writes.
+// Errors: addPersistentStore answers nullptr and fills *error when the store does not open.
 #include "KCManagedObjectModel.h"
 #include "KCPersistentStore.h"
 

@@ -9,6 +9,7 @@
 // quoted text, numbers, TRUE/YES/FALSE/NO, NULL/NIL and {a, b} lists.
 // A predicate evaluates against an object in memory and compiles to SQL whose
 // values are all bound parameters.
+// Errors: predicateWithFormat answers nothing, logs and fills *error for a malformed format; appendSQL answers false for keys the entity lacks.
 #include "KCStoreError.h"
 #include "Utilities/KCValue.h"
 

@@ -2,6 +2,7 @@
 // A thin owner of one SQLite connection: statements prepared once and kept,
 // values bound and read by attribute type. Not thread-safe by itself; the
 // store serialises every use under its coordinator's lock.
+// Errors: open, execute and prepare answer nothing (false, an empty statement) and fill *error with SQLite's message.
 #include "KCManagedObjectModel.h"
 #include "KCStoreError.h"
 #include "Utilities/KCValue.h"

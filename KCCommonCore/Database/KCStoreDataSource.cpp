@@ -100,9 +100,9 @@ bool KCStoreDataSource::saveManagedObjectContext(KCManagedObjectContext& context
 KCValue KCStoreDataSource::copyMaxSortValue(KCManagedObjectContext& context, std::string_view entityName)
 {
     auto objects = context.entity(entityName, KCPredicate::predicateWithValue(true), "sortKey", false, 1);
-    if (objects.empty())
+    if (!objects || objects->empty())
         return KCValue(0);
-    return objects.front()->valueForKey("sortKey");
+    return objects->front()->valueForKey("sortKey");
 }
 
 KCValue KCStoreDataSource::copyNextSortValue(KCManagedObjectContext& context, std::string_view key, std::string_view entityName)

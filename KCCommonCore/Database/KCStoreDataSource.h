@@ -3,6 +3,7 @@
 // the SQLite store file and a metadata dictionary kept inside the store. It
 // hands out contexts, saves them (metadata first) and issues increasing sort
 // values for ordered entities. Subclasses choose the model and the file name.
+// Errors: loading logs and leaves no store when the model or file cannot be opened; saveManagedObjectContext logs and answers false.
 #include "KCManagedObjectContext.h"
 #include "KCManagedObjectModel.h"
 #include "KCPersistentStoreCoordinator.h"

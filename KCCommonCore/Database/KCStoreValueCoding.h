@@ -1,6 +1,7 @@
 #pragma once
 // The stored form of values that have no column type of their own (value
 // attributes and store metadata): CBOR, with dates and URLs as tagged byte strings.
+// Errors: both answer nothing for values that cannot be stored or bytes that are not a stored value.
 #include "Utilities/KCValue.h"
 
 #include <cstdint>

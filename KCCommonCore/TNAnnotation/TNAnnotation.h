@@ -5,6 +5,7 @@
 // the user and the system date, every other change only the system date.
 // Some properties live in the spare futureProofing slots so that the schema
 // never had to change.
+// Errors: fetches answer nothing (per-book maps: empty) and fill *error without a context, for a predicate whose format did not parse, or when the store fails.
 #include "Database/KCFetchRequest.h"
 #include "Database/KCManagedObject.h"
 #include "Database/KCManagedObjectContext.h"
@@ -133,25 +134,28 @@ public:
     static Predicate predicateForAnnotationsWithLocation(std::u16string_view location, bool includingDeleted);
     static Predicate predicateForAnnotationsWithUserModificationDate();
 
-    // Fetches; each answers nothing without a context.
-    static std::optional<Annotations> annotationsForPredicate(Predicate predicate, KCManagedObjectContext* context);
-    static std::shared_ptr<TNAnnotation> annotationWithUUID(std::u16string_view uuid, TextArgument assetID, KCManagedObjectContext* context);
-    static std::optional<Annotations> annotationsForAssetID(std::u16string_view assetID, bool includingDeleted, KCManagedObjectContext* context);
-    static std::optional<Annotations> annotationsWithAssetIDInList(const KCArray& assetIDs, bool includingDeleted, KCManagedObjectContext* context);
-    static std::optional<Annotations> annotationsWithUUIDInList(const KCArray& uuids, TextArgument assetID, KCManagedObjectContext* context);
-    static std::shared_ptr<TNAnnotation> globalAnnotationForAssetID(std::u16string_view assetID, KCManagedObjectContext* context);
+    // Fetches; each answers nothing without a context, and nothing (the
+    // per-book maps: an empty map) when the predicate is null because its
+    // format did not parse or when the store fails; failures fill *error.
+    static std::optional<Annotations> annotationsForPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error = nullptr);
+    static std::shared_ptr<TNAnnotation> annotationWithUUID(std::u16string_view uuid, TextArgument assetID, KCManagedObjectContext* context, KCError* error = nullptr);
+    static std::optional<Annotations> annotationsForAssetID(std::u16string_view assetID, bool includingDeleted, KCManagedObjectContext* context, KCError* error = nullptr);
+    static std::optional<Annotations> annotationsWithAssetIDInList(const KCArray& assetIDs, bool includingDeleted, KCManagedObjectContext* context, KCError* error = nullptr);
+    static std::optional<Annotations> annotationsWithUUIDInList(const KCArray& uuids, TextArgument assetID, KCManagedObjectContext* context, KCError* error = nullptr);
+    static std::shared_ptr<TNAnnotation> globalAnnotationForAssetID(std::u16string_view assetID, KCManagedObjectContext* context, KCError* error = nullptr);
 
     // Aggregates over books.
     static const char* maxModificationDateColumnName() { return "maxModificationDate"; }
     static KCExpressionDescription maxExpressionDescriptionForProperty(const std::string& property, const std::string& expressionName);
     static KCExpressionDescription maxModificationDateExpressionDescription();
     static KCExpressionDescription maxUserModificationDateExpressionDescription();
-    static std::optional<std::vector<KCDictionary>> dictionaryResultsForAssetsWithPredicate(Predicate predicate, const std::vector<KCPropertyToFetch>& properties, KCManagedObjectContext* context);
+    static std::optional<std::vector<KCDictionary>> dictionaryResultsForAssetsWithPredicate(Predicate predicate, const std::vector<KCPropertyToFetch>& properties, KCManagedObjectContext* context, KCError* error = nullptr);
     // Book → its latest annotationModificationDate.
-    static std::optional<KCDictionary> maxModificationDateForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context);
+    static std::optional<KCDictionary> maxModificationDateForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error = nullptr);
     // Book → its row {annotationAssetID, futureProofing2}.
-    static std::optional<KCDictionary> maxAnnotationVersionForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context);
-    static std::optional<KCDate> maxModificationDateForAllAnnotationsInManagedObjectContext(KCManagedObjectContext* context);
+    static std::optional<KCDictionary> maxAnnotationVersionForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error = nullptr);
+    // Nothing for an empty store as well as on failure: *error tells them apart.
+    static std::optional<KCDate> maxModificationDateForAllAnnotationsInManagedObjectContext(KCManagedObjectContext* context, KCError* error = nullptr);
 
 private:
     Text p_text(std::string_view key) const;

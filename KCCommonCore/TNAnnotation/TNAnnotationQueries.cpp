@@ -4,6 +4,8 @@
 
 #include "Utilities/KCLogger.h"
 
+#include <functional>
+
 namespace {
 
 KCValue text(std::u16string_view value)
@@ -25,6 +27,39 @@ TNAnnotation::Annotations annotationsOf(const std::vector<std::shared_ptr<KCMana
 std::shared_ptr<TNAnnotation> lastOf(const std::optional<TNAnnotation::Annotations>& annotations)
 {
     return annotations && !annotations->empty() ? annotations->back() : nullptr;
+}
+
+bool hasContext(const KCManagedObjectContext* context, KCError* error)
+{
+    return context || KCSetStoreError(error, KCStoreErrorNoStore, "no context to fetch annotations in");
+}
+
+// Book → what `pick` takes from its row, from a distinct dictionary fetch
+// grouped by the book and one more key. A failed fetch is handed to
+// `logFailure` and answers an empty dictionary.
+KCDictionary perBook(TNAnnotation::Predicate predicate, std::string groupKey, std::vector<KCPropertyToFetch> properties, KCManagedObjectContext& context,
+    KCError* error, const std::function<KCValue(const KCValue&)>& pick, const std::function<void(const KCError&)>& logFailure)
+{
+    KCFetchRequest request(TNAnnotation::entityName());
+    request.resultType = KCFetchRequestResultType::Dictionary;
+    request.propertiesToGroupBy = {"annotationAssetID", std::move(groupKey)};
+    request.propertiesToFetch = std::move(properties);
+    request.returnsDistinctResults = true;
+    request.predicate = std::move(predicate);
+    KCDictionary books;
+    KCError failure;
+    auto rows = context.executeFetchRequest(request, &failure);
+    if (!rows) {
+        logFailure(failure);
+        KCSetError(error, std::move(failure));
+        return books;
+    }
+    for (const KCValue& row : *rows) {
+        const KCValue& book = row["annotationAssetID"];
+        if (book.string())
+            books.set(book.utf8String(), pick(row));
+    }
+    return books;
 }
 
 } // namespace
@@ -97,36 +132,39 @@ TNAnnotation::Predicate TNAnnotation::predicateForAnnotationsWithUserModificatio
     return KCPredicate::predicateWithFormat("%K != NULL", KCValue(u"futureProofing6"));
 }
 
-std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForPredicate(Predicate predicate, KCManagedObjectContext* context)
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error)
 {
-    if (!context)
+    if (!hasContext(context, error))
         return std::nullopt;
-    return annotationsOf(context->entity(entityName(), std::move(predicate), "annotationCreationDate", true, 0));
+    auto objects = context->entity(entityName(), std::move(predicate), "annotationCreationDate", true, 0, error);
+    if (!objects)
+        return std::nullopt;
+    return annotationsOf(*objects);
 }
 
-std::shared_ptr<TNAnnotation> TNAnnotation::annotationWithUUID(std::u16string_view uuid, TextArgument assetID, KCManagedObjectContext* context)
+std::shared_ptr<TNAnnotation> TNAnnotation::annotationWithUUID(std::u16string_view uuid, TextArgument assetID, KCManagedObjectContext* context, KCError* error)
 {
-    return lastOf(annotationsForPredicate(predicateForAnnotationWithUUID(uuid, assetID), context));
+    return lastOf(annotationsForPredicate(predicateForAnnotationWithUUID(uuid, assetID), context, error));
 }
 
-std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForAssetID(std::u16string_view assetID, bool includingDeleted, KCManagedObjectContext* context)
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsForAssetID(std::u16string_view assetID, bool includingDeleted, KCManagedObjectContext* context, KCError* error)
 {
-    return annotationsForPredicate(predicateForAnnotationsWithAssetID(assetID, includingDeleted), context);
+    return annotationsForPredicate(predicateForAnnotationsWithAssetID(assetID, includingDeleted), context, error);
 }
 
-std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithAssetIDInList(const KCArray& assetIDs, bool includingDeleted, KCManagedObjectContext* context)
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithAssetIDInList(const KCArray& assetIDs, bool includingDeleted, KCManagedObjectContext* context, KCError* error)
 {
-    return annotationsForPredicate(predicateForAnnotationsWithAssetIDInList(assetIDs, includingDeleted), context);
+    return annotationsForPredicate(predicateForAnnotationsWithAssetIDInList(assetIDs, includingDeleted), context, error);
 }
 
-std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithUUIDInList(const KCArray& uuids, TextArgument assetID, KCManagedObjectContext* context)
+std::optional<TNAnnotation::Annotations> TNAnnotation::annotationsWithUUIDInList(const KCArray& uuids, TextArgument assetID, KCManagedObjectContext* context, KCError* error)
 {
-    return annotationsForPredicate(predicateForAnnotationsWithUUIDInList(uuids, assetID), context);
+    return annotationsForPredicate(predicateForAnnotationsWithUUIDInList(uuids, assetID), context, error);
 }
 
-std::shared_ptr<TNAnnotation> TNAnnotation::globalAnnotationForAssetID(std::u16string_view assetID, KCManagedObjectContext* context)
+std::shared_ptr<TNAnnotation> TNAnnotation::globalAnnotationForAssetID(std::u16string_view assetID, KCManagedObjectContext* context, KCError* error)
 {
-    return lastOf(annotationsForPredicate(predicateForGlobalAnnotationWithAssetID(assetID), context));
+    return lastOf(annotationsForPredicate(predicateForGlobalAnnotationWithAssetID(assetID), context, error));
 }
 
 KCExpressionDescription TNAnnotation::maxExpressionDescriptionForProperty(const std::string& property, const std::string& expressionName)
@@ -148,16 +186,16 @@ KCExpressionDescription TNAnnotation::maxUserModificationDateExpressionDescripti
     return description;
 }
 
-std::optional<std::vector<KCDictionary>> TNAnnotation::dictionaryResultsForAssetsWithPredicate(Predicate predicate, const std::vector<KCPropertyToFetch>& properties, KCManagedObjectContext* context)
+std::optional<std::vector<KCDictionary>> TNAnnotation::dictionaryResultsForAssetsWithPredicate(Predicate predicate, const std::vector<KCPropertyToFetch>& properties, KCManagedObjectContext* context, KCError* error)
 {
-    if (!context)
+    if (!hasContext(context, error))
         return std::nullopt;
     KCFetchRequest request(entityName());
     request.resultType = KCFetchRequestResultType::Dictionary;
     request.propertiesToFetch = properties;
     request.returnsDistinctResults = true;
     request.predicate = std::move(predicate);
-    auto rows = context->executeFetchRequest(request);
+    auto rows = context->executeFetchRequest(request, error);
     if (!rows)
         return std::nullopt;
     std::vector<KCDictionary> dictionaries;
@@ -167,57 +205,28 @@ std::optional<std::vector<KCDictionary>> TNAnnotation::dictionaryResultsForAsset
     return dictionaries;
 }
 
-std::optional<KCDictionary> TNAnnotation::maxModificationDateForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context)
+std::optional<KCDictionary> TNAnnotation::maxModificationDateForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error)
 {
-    if (!context)
+    if (!hasContext(context, error))
         return std::nullopt;
-    KCFetchRequest request(entityName());
-    request.resultType = KCFetchRequestResultType::Dictionary;
     // Grouped by the date as well as the book: a book may yield several rows, and the last one read wins.
-    request.propertiesToGroupBy = {"annotationAssetID", "annotationModificationDate"};
-    request.propertiesToFetch = {maxModificationDateExpressionDescription(), std::string("annotationAssetID")};
-    request.returnsDistinctResults = true;
-    request.predicate = std::move(predicate);
-    KCDictionary latest;
-    auto rows = context->executeFetchRequest(request);
-    if (!rows)
-        return latest;
-    for (const KCValue& row : *rows) {
-        const KCValue& book = row["annotationAssetID"];
-        if (book.string())
-            latest.set(book.utf8String(), row[maxModificationDateColumnName()]);
-    }
-    return latest;
+    return perBook(std::move(predicate), "annotationModificationDate", {maxModificationDateExpressionDescription(), std::string("annotationAssetID")},
+        *context, error, [](const KCValue& row) { return row[maxModificationDateColumnName()]; },
+        [](const KCError& failure) { KCLog("Failed to fetch the latest modification dates: %@", failure.description()); });
 }
 
-std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context)
+std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error)
 {
-    if (!context)
+    if (!hasContext(context, error))
         return std::nullopt;
-    KCFetchRequest request(entityName());
-    request.resultType = KCFetchRequestResultType::Dictionary;
-    request.returnsDistinctResults = true;
-    request.predicate = std::move(predicate);
-    request.propertiesToGroupBy = {"annotationAssetID", "futureProofing2"};
-    request.propertiesToFetch = {std::string("annotationAssetID"), std::string("futureProofing2")};
-    KCDictionary versions;
-    KCError error;
-    auto rows = context->executeFetchRequest(request, &error);
-    if (!rows) {
-        KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", error.description());
-        return versions;
-    }
-    for (const KCValue& row : *rows) {
-        const KCValue& book = row["annotationAssetID"];
-        if (book.string())
-            versions.set(book.utf8String(), row);
-    }
-    return versions;
+    return perBook(std::move(predicate), "futureProofing2", {std::string("annotationAssetID"), std::string("futureProofing2")},
+        *context, error, [](const KCValue& row) { return row; },
+        [](const KCError& failure) { KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", failure.description()); });
 }
 
-std::optional<KCDate> TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(KCManagedObjectContext* context)
+std::optional<KCDate> TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(KCManagedObjectContext* context, KCError* error)
 {
-    auto rows = dictionaryResultsForAssetsWithPredicate(KCPredicate::predicateWithValue(true), {maxModificationDateExpressionDescription()}, context);
+    auto rows = dictionaryResultsForAssetsWithPredicate(KCPredicate::predicateWithValue(true), {maxModificationDateExpressionDescription()}, context, error);
     if (!rows || rows->empty())
         return std::nullopt;
     return KCValue(rows->back())[maxModificationDateColumnName()].date();

@@ -1,40 +1,7 @@
 #include "PMBookJSON.h"
 
+#include "Utilities/KCJSON.h"
 #include "Utilities/KCStringConversion.h"
-
-nlohmann::ordered_json PMJSONFromValue(const KCValue& value)
-{
-    switch (value.kind()) {
-    case KCValue::Kind::Null:
-        return nullptr;
-    case KCValue::Kind::Boolean:
-        return *value.boolValue();
-    case KCValue::Kind::Integer:
-        return *value.int64Value();
-    case KCValue::Kind::Unsigned:
-        return *value.uint64Value();
-    case KCValue::Kind::Double:
-        return *value.doubleValue();
-    case KCValue::Kind::String:
-        return value.utf8String();
-    case KCValue::Kind::Data:
-        return value.data()->size();
-    case KCValue::Kind::Array: {
-        auto array = nlohmann::ordered_json::array();
-        for (const auto& element : *value.array())
-            array.push_back(PMJSONFromValue(element));
-        return array;
-    }
-    case KCValue::Kind::Dictionary: {
-        auto object = nlohmann::ordered_json::object();
-        for (const auto& [key, element] : *value.dictionary())
-            object[key] = PMJSONFromValue(element);
-        return object;
-    }
-    default:
-        return value.description();
-    }
-}
 
 nlohmann::ordered_json PMBookInfoJSON(const PMBook& book)
 {
@@ -58,7 +25,7 @@ nlohmann::ordered_json PMBookInfoJSON(const PMBook& book)
     for (const auto& item : package.spine)
         spine.push_back({{"idref", item.idref}, {"path", item.path}, {"linear", item.linear}});
     json["spine"] = std::move(spine);
-    json["resources"] = PMJSONFromValue(book.resourceInformation());
+    json["resources"] = KCJSONFromValue(book.resourceInformation()).value_or(nullptr);
     return json;
 }
 

@@ -4,10 +4,6 @@
 
 #include <nlohmann/json.hpp>
 
-// Strings, numbers, booleans, arrays and dictionaries (in their order); data
-// as its length; other kinds as their description.
-nlohmann::ordered_json PMJSONFromValue(const KCValue& value);
-
 // Package metadata, manifest, spine and resource information.
 nlohmann::ordered_json PMBookInfoJSON(const PMBook& book);
 

@@ -3,9 +3,8 @@
 
 #include "TNAnnotation/TNAnnotation.h"
 #include "TNAnnotation/TNAnnotationStoreDataSource.h"
+#include "Utilities/KCJSON.h"
 #include "Utilities/KCStringConversion.h"
-
-#include <nlohmann/json.hpp>
 
 #include <charconv>
 #include <filesystem>
@@ -46,38 +45,11 @@ std::optional<std::u16string> textOption(const Options& options, const std::stri
     return text ? std::optional<std::u16string>(KCUTF16FromUTF8(*text)) : std::nullopt;
 }
 
-nlohmann::ordered_json jsonOf(const KCValue& value)
-{
-    using Kind = KCValue::Kind;
-    switch (value.kind()) {
-    case Kind::Null: return nullptr;
-    case Kind::Boolean: return *value.exactBoolean();
-    case Kind::Integer: return *value.int64Value();
-    case Kind::Unsigned: return *value.uint64Value();
-    case Kind::Double: return *value.doubleValue();
-    case Kind::String: return value.utf8String();
-    case Kind::Date: return value.date()->timeIntervalSinceReferenceDate;  // seconds since 2001-01-01
-    case Kind::Array: {
-        auto array = nlohmann::ordered_json::array();
-        for (const KCValue& item : *value.array())
-            array.push_back(jsonOf(item));
-        return array;
-    }
-    case Kind::Dictionary: {
-        auto object = nlohmann::ordered_json::object();
-        for (const auto& [key, item] : *value.dictionary())
-            object[key] = jsonOf(item);
-        return object;
-    }
-    default: return value.description();
-    }
-}
-
 nlohmann::ordered_json jsonOf(const TNAnnotation& annotation)
 {
     auto object = nlohmann::ordered_json::object();
     for (const auto& attribute : annotation.entity()->attributes())
-        object[attribute.name] = jsonOf(annotation.valueForKey(attribute.name));
+        object[attribute.name] = KCJSONFromValue(annotation.valueForKey(attribute.name)).value_or(nullptr);
     return object;
 }
 
@@ -166,18 +138,27 @@ int add(Session& session, const Options& options)
     return 0;
 }
 
-std::shared_ptr<TNAnnotation> annotationNamed(Session& session, const Options& options)
+// A store that could not be read is not an empty one: say so and fail.
+int readFailure(const KCError& error)
+{
+    return PMFail("could not read the annotation store: " + error.message);
+}
+
+std::shared_ptr<TNAnnotation> annotationNamed(Session& session, const Options& options, KCError* error)
 {
     auto uuid = textOption(options, "uuid");
-    return uuid ? TNAnnotation::annotationWithUUID(*uuid, std::nullopt, session.context.get()) : nullptr;
+    return uuid ? TNAnnotation::annotationWithUUID(*uuid, std::nullopt, session.context.get(), error) : nullptr;
 }
 
 // Fields set from the command line, through the record's own setters so that dates are stamped.
 int setField(Session& session, const Options& options)
 {
-    auto annotation = annotationNamed(session, options);
+    KCError error;
+    auto annotation = annotationNamed(session, options, &error);
     auto field = options.option("field");
     auto value = options.option("value");
+    if (!error.domain.empty())
+        return readFailure(error);
     if (!annotation)
         return PMFail("set needs the --uuid of an annotation in the store");
     if (!field || !value)
@@ -229,11 +210,17 @@ int setField(Session& session, const Options& options)
 
 int latest(Session& session, bool json)
 {
-    auto perBook = TNAnnotation::maxModificationDateForAssetsWithPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), session.context.get());
-    auto overall = TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(session.context.get());
+    // Both answer "nothing" for an empty store too; only the error tells a failure.
+    KCError error;
+    auto perBook = TNAnnotation::maxModificationDateForAssetsWithPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), session.context.get(), &error);
+    if (!error.domain.empty())
+        return readFailure(error);
+    auto overall = TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(session.context.get(), &error);
+    if (!error.domain.empty())
+        return readFailure(error);
     KCDictionary books = perBook.value_or(KCDictionary());
     if (json) {
-        nlohmann::ordered_json out {{"books", jsonOf(KCValue(books))}, {"overall", overall ? nlohmann::ordered_json(overall->timeIntervalSinceReferenceDate) : nlohmann::ordered_json()}};
+        nlohmann::ordered_json out {{"books", KCJSONFromValue(KCValue(books)).value_or(nullptr)}, {"overall", overall ? nlohmann::ordered_json(overall->timeIntervalSinceReferenceDate) : nlohmann::ordered_json()}};
         std::cout << out.dump(2) << '\n';
         return 0;
     }
@@ -269,7 +256,10 @@ int runAnnotations(const std::vector<std::string>& args)
     if (command == "set")
         return setField(*session, options);
     if (command == "delete") {
-        auto annotation = annotationNamed(*session, options);
+        KCError error;
+        auto annotation = annotationNamed(*session, options, &error);
+        if (!error.domain.empty())
+            return readFailure(error);
         if (!annotation)
             return PMFail("delete needs the --uuid of an annotation in the store");
         annotation->setAnnotationDeleted(true);
@@ -282,7 +272,11 @@ int runAnnotations(const std::vector<std::string>& args)
     TNAnnotation::Predicate predicate = command == "list" ? TNAnnotation::predicateForAnnotationsWithAssetID(*asset, options.flag("include-deleted"))
         : command == "bookmarks"                        ? TNAnnotation::predicateForPageBookmarksWithAssetID(*asset)
                                                         : TNAnnotation::predicateForRangeAnnotationsWithAssetID(*asset);
-    printAnnotations(TNAnnotation::annotationsForPredicate(predicate, session->context.get()).value_or(TNAnnotation::Annotations()), json);
+    KCError error;
+    auto annotations = TNAnnotation::annotationsForPredicate(predicate, session->context.get(), &error);
+    if (!annotations)
+        return readFailure(error);
+    printAnnotations(*annotations, json);
     return 0;
 }
 

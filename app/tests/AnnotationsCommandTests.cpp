@@ -4,8 +4,40 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sqlite3.h>
+
+#include <fstream>
 
 namespace {
+
+// Fills the pages of the annotation table and its indexes with garbage. The
+// schema and the store metadata live on other pages, so the store still
+// opens, but every read of annotations fails.
+void damageAnnotationPages(const std::string& path)
+{
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+    int64_t pageSize = 0;
+    std::vector<int64_t> pages;
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_prepare_v2(database, "PRAGMA page_size", -1, &statement, nullptr);
+    if (sqlite3_step(statement) == SQLITE_ROW)
+        pageSize = sqlite3_column_int64(statement, 0);
+    sqlite3_finalize(statement);
+    sqlite3_prepare_v2(database, "SELECT rootpage FROM sqlite_master WHERE tbl_name = 'TNAnnotation'", -1, &statement, nullptr);
+    while (sqlite3_step(statement) == SQLITE_ROW)
+        pages.push_back(sqlite3_column_int64(statement, 0));
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+    ASSERT_GT(pageSize, 0);
+    ASSERT_FALSE(pages.empty());
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    for (int64_t page : pages) {
+        file.seekp((page - 1) * pageSize);
+        file.write(std::string(static_cast<size_t>(pageSize), '\xA5').data(), pageSize);
+    }
+    ASSERT_TRUE(file.good());
+}
 
 class AnnotationsCommandTest : public ::testing::Test {
 protected:
@@ -79,6 +111,26 @@ TEST_F(AnnotationsCommandTest, BadInputFailsClearly)
     PMProgramResult foreign = run("list --asset a");
     EXPECT_NE(foreign.status, 0);
     EXPECT_EQ(KCReadTestFile(m_store), "this is not a store");
+}
+
+// A store that cannot be read must not pass for one without annotations.
+TEST_F(AnnotationsCommandTest, UnreadableStoreFailsInsteadOfListingNothing)
+{
+    add("--asset book-1 --type 2 --selected 'kept'");
+    add("--asset book-2 --type 1");
+    PMProgramResult none = run("list --asset book-3");
+    EXPECT_EQ(none.status, 0) << none.err;
+    EXPECT_EQ(none.out, "");
+
+    damageAnnotationPages(m_store);
+    std::string damaged = KCReadTestFile(m_store);
+    for (const char* command : {"list --asset book-1", "list --asset book-1 --json", "latest", "latest --json", "ranges --asset book-1"}) {
+        PMProgramResult failed = run(command);
+        EXPECT_NE(failed.status, 0) << command;
+        EXPECT_NE(failed.err.find("could not read the annotation store"), std::string::npos) << command << ": " << failed.err;
+    }
+    EXPECT_NE(run("delete --uuid 00000000-0000-0000-0000-000000000000").status, 0);
+    EXPECT_EQ(KCReadTestFile(m_store), damaged);
 }
 
 } // namespace

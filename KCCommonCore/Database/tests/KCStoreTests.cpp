@@ -10,9 +10,9 @@ namespace {
 
 using ObjectPtr = std::shared_ptr<KCManagedObject>;
 
-std::vector<ObjectPtr> fetchAll(KCManagedObjectContext& context, std::shared_ptr<const KCPredicate> predicate = nullptr, const char* sortKey = "sortKey", size_t limit = 0)
+std::vector<ObjectPtr> fetchAll(KCManagedObjectContext& context, std::shared_ptr<const KCPredicate> predicate = KCPredicate::predicateWithValue(true), const char* sortKey = "sortKey", size_t limit = 0)
 {
-    return context.entity("Item", std::move(predicate), sortKey, true, limit);
+    return context.entity("Item", std::move(predicate), sortKey, true, limit).value_or(std::vector<ObjectPtr>());
 }
 
 ObjectPtr insertItem(KCManagedObjectContext& context, const char16_t* title, int64_t sortKey)
@@ -84,7 +84,7 @@ TEST(KCStore, FetchesSeeUnsavedChangesSortedAndLimited)
     };
     EXPECT_EQ(sortKeys(fetchAll(context)), (std::vector<int64_t> {1, 5, 20, 40, 50}));
     EXPECT_EQ(sortKeys(fetchAll(context, titled)), (std::vector<int64_t> {5, 40, 50}));
-    EXPECT_EQ(sortKeys(fetchAll(context, nullptr, "sortKey", 2)), (std::vector<int64_t> {1, 5}));
+    EXPECT_EQ(sortKeys(fetchAll(context, KCPredicate::predicateWithValue(true), "sortKey", 2)), (std::vector<int64_t> {1, 5}));
     EXPECT_EQ(context.countForFetchRequest(KCFetchRequest("Item")), 5u);
 
     ASSERT_TRUE(context.save());
@@ -174,7 +174,7 @@ TEST(KCStore, ContextRefusesOtherThreads)
         EXPECT_FALSE(context.save(&error));
         EXPECT_EQ(error.code, KCStoreErrorWrongThread);
         EXPECT_FALSE(context.insertNewObjectForEntityForName("Item"));
-        EXPECT_TRUE(context.entity("Item", nullptr, "", true, 0).empty());
+        EXPECT_FALSE(context.entity("Item", KCPredicate::predicateWithValue(true), "", true, 0));
         item->setValue(KCValue(u"theirs"), "title");
     }).join();
     EXPECT_EQ(item->valueForKey("title"), KCValue(u"mine"));

@@ -124,12 +124,41 @@ TEST(TNAnnotationQueries, LatestModificationsAndVersions)
     EXPECT_EQ(KCValue(users->front())["maxModificationDate"].date(), h3->userModificationDate());
 }
 
+// A typo in a format must not widen a query to every book of the store.
+TEST(TNAnnotationQueries, FormatThatDoesNotParseFailsTheFetch)
+{
+    Library library;
+    KCManagedObjectContext* context = library.context.get();
+    auto typo = KCPredicate::predicateWithFormat("annotationAssetID == %@ AND (1 == %d OR annotationDeleted == 0", KCValue(u"A"), 0);
+    ASSERT_FALSE(typo);
+
+    KCError error;
+    EXPECT_FALSE(TNAnnotation::annotationsForPredicate(typo, context, &error));
+    EXPECT_EQ(error.code, KCStoreErrorInvalidPredicate);
+    KCError perBook;
+    EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(typo, context, &perBook)->empty());
+    EXPECT_EQ(perBook.code, KCStoreErrorInvalidPredicate);
+    KCError versions;
+    EXPECT_TRUE(TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(typo, context, &versions)->empty());
+    EXPECT_EQ(versions.code, KCStoreErrorInvalidPredicate);
+    EXPECT_FALSE(TNAnnotation::dictionaryResultsForAssetsWithPredicate(typo, {std::string("annotationUuid")}, context));
+
+    // Requests too, also when unsaved changes are merged into the results.
+    KCFetchRequest request(TNAnnotation::entityName());
+    EXPECT_EQ(context->countForFetchRequest(request), 7u);  // no predicate given: every annotation
+    request.predicate = typo;
+    EXPECT_FALSE(context->executeFetchRequest(request));
+    TNAnnotation::insertAnnotationWithAssetID(u"A", u"me", std::nullopt, context);
+    EXPECT_FALSE(context->countForFetchRequest(request));
+    EXPECT_FALSE(context->fetchObjects(request));
+}
+
 TEST(TNAnnotationQueries, EmptyStoreHasNoLatestDate)
 {
     TNScratchStore scratch;
     auto context = scratch.store->newManagedObjectContext();
     EXPECT_FALSE(TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(context.get()));
-    EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(nullptr, context.get())->empty());
+    EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(KCPredicate::predicateWithValue(true), context.get())->empty());
 }
 
 // A store written before the spare slots 8 to 12 existed opens with its rows.

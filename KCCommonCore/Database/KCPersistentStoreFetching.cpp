@@ -1,0 +1,193 @@
+// The SQL of fetches, and reading their rows back.
+#include "KCPersistentStore.h"
+
+#include "KCPersistentStoreInternal.h"
+#include "KCSQLiteDatabase.h"
+
+#include <sqlite3.h>
+
+namespace {
+
+const char* aggregateFunction(std::string_view function)
+{
+    static const std::pair<std::string_view, const char*> functions[] = {
+        {"max:", "MAX"}, {"min:", "MIN"}, {"sum:", "SUM"}, {"count:", "COUNT"}, {"average:", "AVG"}};
+    for (const auto& [name, sql] : functions) {
+        if (name == function)
+            return sql;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+bool KCPersistentStore::appendWhere(const KCFetchRequest& request, const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCError* error)
+{
+    if (!request.predicate)
+        return KCSetStoreError(error, KCStoreErrorInvalidPredicate, "the fetch of " + entity.name() + " has no predicate: its format did not parse");
+    sql += " WHERE ";
+    return request.predicate->appendSQL(entity, sql, bindings, error);
+}
+
+bool KCPersistentStore::appendOrder(const std::vector<KCSortDescriptor>& sort, const KCEntityDescription& entity, std::string& sql, KCError* error)
+{
+    for (size_t i = 0; i < sort.size(); ++i) {
+        if (!entity.attributeNamed(sort[i].key))
+            return KCSetStoreError(error, KCStoreErrorUnknownKey, "sort key " + sort[i].key + " not found in entity " + entity.name());
+        sql += i ? ", " : " ORDER BY ";
+        sql += KCQuotedSQLName(sort[i].key) + (sort[i].ascending ? " ASC" : " DESC");
+    }
+    return true;
+}
+
+void KCPersistentStore::readRow(const KCSQLiteStatement& statement, const KCEntityDescription& entity, KCStoreRow& row)
+{
+    const auto& attributes = entity.attributes();
+    row.primaryKey = statement.columnInt64(0);
+    row.version = statement.columnInt64(1);
+    row.values.clear();
+    row.values.reserve(attributes.size());
+    for (size_t i = 0; i < attributes.size(); ++i)
+        row.values.push_back(statement.columnValue(static_cast<int>(i + 2), attributes[i].type));
+}
+
+bool KCPersistentStore::fetchRows(const KCFetchRequest& request, const KCEntityDescription& entity, bool applyLimit, std::vector<KCStoreRow>& rows, KCError* error)
+{
+    std::string sql = sqlFor(entity).select;
+    std::vector<KCValue> bindings;
+    if (!appendWhere(request, entity, sql, bindings, error) || !appendOrder(request.sortDescriptors, entity, sql, error))
+        return false;
+    // Ties keep the order of insertion.
+    sql += request.sortDescriptors.empty() ? " ORDER BY \"_pk\"" : ", \"_pk\"";
+    if (applyLimit && request.fetchLimit)
+        sql += " LIMIT " + std::to_string(request.fetchLimit);
+    auto statement = m_database->prepare(sql, error);
+    if (!statement)
+        return false;
+    for (size_t i = 0; i < bindings.size(); ++i)
+        statement.bind(static_cast<int>(i + 1), bindings[i]);
+    int result;
+    while ((result = statement.step()) == SQLITE_ROW) {
+        rows.emplace_back();
+        readRow(statement, entity, rows.back());
+    }
+    return result == SQLITE_DONE || m_database->failure(error, sql);
+}
+
+std::optional<KCStoreRow> KCPersistentStore::fetchRow(const KCEntityDescription& entity, int64_t primaryKey, KCError* error)
+{
+    auto statement = m_database->prepare(sqlFor(entity).select + " WHERE \"_pk\" = ?", error);
+    if (!statement)
+        return std::nullopt;
+    statement.bindInt64(1, primaryKey);
+    int result = statement.step();
+    if (result == SQLITE_ROW) {
+        KCStoreRow row;
+        readRow(statement, entity, row);
+        return row;
+    }
+    if (result != SQLITE_DONE)
+        m_database->failure(error, "fetching a row");
+    else
+        KCSetStoreError(error, KCStoreErrorObjectDeleted, "the object no longer exists");
+    return std::nullopt;
+}
+
+std::optional<std::vector<KCDictionary>> KCPersistentStore::fetchDictionaries(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error)
+{
+    struct Column {
+        std::string name;
+        std::optional<KCAttributeType> type;
+    };
+    std::vector<Column> columns;
+    std::string sql = request.returnsDistinctResults ? "SELECT DISTINCT " : "SELECT ";
+    auto addColumn = [&](const std::string& expression, std::string name, std::optional<KCAttributeType> type) {
+        sql += (columns.empty() ? "" : ", ") + expression;
+        columns.push_back({std::move(name), type});
+    };
+    if (request.propertiesToFetch.empty()) {
+        for (const auto& attribute : entity.attributes())
+            addColumn(KCQuotedSQLName(attribute.name), attribute.name, attribute.type);
+    }
+    for (const auto& property : request.propertiesToFetch) {
+        if (const auto* name = std::get_if<std::string>(&property)) {
+            const KCAttributeDescription* attribute = entity.attributeNamed(*name);
+            if (!attribute) {
+                KCSetStoreError(error, KCStoreErrorUnknownKey, "property " + *name + " not found in entity " + entity.name());
+                return std::nullopt;
+            }
+            addColumn(KCQuotedSQLName(*name), *name, attribute->type);
+            continue;
+        }
+        const auto& expression = std::get<KCExpressionDescription>(property);
+        const char* function = aggregateFunction(expression.function());
+        if (!function || !entity.attributeNamed(expression.keyPath())) {
+            KCSetStoreError(error, KCStoreErrorInvalidFetch, "unsupported expression " + expression.function() + " of " + expression.keyPath());
+            return std::nullopt;
+        }
+        std::string call(function);
+        call.append(1, '(').append(KCQuotedSQLName(expression.keyPath())).append(1, ')');
+        addColumn(call, expression.name(), expression.expressionResultType());
+    }
+    sql += " FROM " + KCQuotedSQLName(entity.name());
+    std::vector<KCValue> bindings;
+    if (!appendWhere(request, entity, sql, bindings, error))
+        return std::nullopt;
+    std::vector<KCSortDescriptor> order = request.sortDescriptors;
+    for (size_t i = 0; i < request.propertiesToGroupBy.size(); ++i) {
+        const std::string& key = request.propertiesToGroupBy[i];
+        if (!entity.attributeNamed(key)) {
+            KCSetStoreError(error, KCStoreErrorUnknownKey, "group key " + key + " not found in entity " + entity.name());
+            return std::nullopt;
+        }
+        sql += (i ? ", " : " GROUP BY ") + KCQuotedSQLName(key);
+        // Groups come back in the order of their keys unless asked otherwise.
+        if (request.sortDescriptors.empty())
+            order.push_back({key, true});
+    }
+    if (!appendOrder(order, entity, sql, error))
+        return std::nullopt;
+    if (request.fetchLimit)
+        sql += " LIMIT " + std::to_string(request.fetchLimit);
+    auto statement = m_database->prepare(sql, error);
+    if (!statement)
+        return std::nullopt;
+    for (size_t i = 0; i < bindings.size(); ++i)
+        statement.bind(static_cast<int>(i + 1), bindings[i]);
+    std::vector<KCDictionary> rows;
+    int result;
+    while ((result = statement.step()) == SQLITE_ROW) {
+        KCDictionary row;
+        for (size_t i = 0; i < columns.size(); ++i) {
+            int column = static_cast<int>(i);
+            KCValue value = columns[i].type ? statement.columnValue(column, *columns[i].type) : statement.columnValue(column);
+            if (!value.isNull())
+                row.set(columns[i].name, std::move(value));
+        }
+        rows.push_back(std::move(row));
+    }
+    if (result != SQLITE_DONE) {
+        m_database->failure(error, sql);
+        return std::nullopt;
+    }
+    return rows;
+}
+
+std::optional<size_t> KCPersistentStore::count(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error)
+{
+    std::string sql = "SELECT COUNT(*) FROM " + KCQuotedSQLName(entity.name());
+    std::vector<KCValue> bindings;
+    if (!appendWhere(request, entity, sql, bindings, error))
+        return std::nullopt;
+    auto statement = m_database->prepare(sql, error);
+    if (!statement)
+        return std::nullopt;
+    for (size_t i = 0; i < bindings.size(); ++i)
+        statement.bind(static_cast<int>(i + 1), bindings[i]);
+    if (statement.step() != SQLITE_ROW) {
+        m_database->failure(error, sql);
+        return std::nullopt;
+    }
+    auto total = static_cast<size_t>(statement.columnInt64(0));
+    return request.fetchLimit ? std::min(total, request.fetchLimit) : total;
+}
