@@ -245,6 +245,7 @@ int runAnnotations(const std::vector<std::string>& args)
     static const char* const commands[] = {"add", "list", "set", "delete", "latest", "bookmarks", "ranges"};
     if (std::find(std::begin(commands), std::end(commands), command) == std::end(commands))
         return PMFail("unknown annotations command '" + command + "'");
+    PMSendLogToStandardError();
     auto session = openStore(*path);
     if (!session)
         return PMFail("could not open the annotation store " + *path);

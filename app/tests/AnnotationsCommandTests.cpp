@@ -128,6 +128,7 @@ TEST_F(AnnotationsCommandTest, UnreadableStoreFailsInsteadOfListingNothing)
         PMProgramResult failed = run(command);
         EXPECT_NE(failed.status, 0) << command;
         EXPECT_NE(failed.err.find("could not read the annotation store"), std::string::npos) << command << ": " << failed.err;
+        EXPECT_EQ(failed.out, "") << command;
     }
     EXPECT_NE(run("delete --uuid 00000000-0000-0000-0000-000000000000").status, 0);
     EXPECT_EQ(KCReadTestFile(m_store), damaged);
