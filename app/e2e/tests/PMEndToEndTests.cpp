@@ -46,6 +46,8 @@ protected:
     }
     void TearDown() override
     {
+        if (m_savedStandardOutput >= 0)
+            webProcessLog();
         m_view.reset();
         if (!m_root.empty())
             std::filesystem::remove_all(m_root);
@@ -102,6 +104,28 @@ protected:
         return static_cast<size_t>(std::count_if(m_messages.begin(), m_messages.end(), [&](const auto& message) { return message.first == name; }));
     }
 
+    // The web process logs to the standard output it inherits: from here to
+    // webProcessLog() it goes to a file.
+    void captureWebProcessLog()
+    {
+        m_logPath = m_root + "/web-process.log";
+        fflush(stdout);
+        m_savedStandardOutput = dup(STDOUT_FILENO);
+        FILE* log = fopen(m_logPath.c_str(), "w");
+        dup2(fileno(log), STDOUT_FILENO);
+        fclose(log);
+    }
+    std::string webProcessLog()
+    {
+        settle(0.3);
+        fflush(stdout);
+        dup2(m_savedStandardOutput, STDOUT_FILENO);
+        close(m_savedStandardOutput);
+        m_savedStandardOutput = -1;
+        std::ifstream logFile(m_logPath);
+        return std::string((std::istreambuf_iterator<char>(logFile)), std::istreambuf_iterator<char>());
+    }
+
     // Lets late messages arrive.
     void settle(double seconds = 0.5)
     {
@@ -113,6 +137,8 @@ protected:
     std::unique_ptr<PMBook> m_book;
     std::unique_ptr<PMReaderWebView> m_view;
     std::vector<std::pair<std::string, KCValue>> m_messages;
+    std::string m_logPath;
+    int m_savedStandardOutput = -1;
 };
 
 PMSampleBookOptions bookWith(std::vector<PMSampleChapter> chapters, PMFontObfuscation obfuscation = PMFontObfuscation::IDPF)
@@ -212,6 +238,20 @@ TEST_F(EndToEnd, PageTaskSnapshotAndResourceBatches)
     EXPECT_EQ(count("PMEpubWebProcessPlugInMessageSnapshotTask"), 1u);
 }
 
+TEST_F(EndToEnd, AFailedLoadEndsItsBatchOnce)
+{
+    captureWebProcessLog();
+    PMSampleBookOptions options = bookWith({{"Plain", "<p>Its style sheet is missing.</p>"}});
+    options.missingStyleSheet = true;
+    open(options);
+    // The style sheet is the batch's last load, and it fails.
+    ASSERT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
+    settle();
+    std::string log = webProcessLog();
+    EXPECT_EQ(count("PMEpubWebProcessPlugInMessageResourceLoadTask"), 1u);
+    EXPECT_EQ(log.find("Expected resources"), std::string::npos) << log;
+}
+
 TEST_F(EndToEnd, ViewportSnapshotAndNavigationPolicy)
 {
     open(bookWith({{"Fixed", "<p>Fixed layout.</p><a id=\"store\" href=\"mailto:reader@example.org\">store</a>",
@@ -233,12 +273,7 @@ TEST_F(EndToEnd, ViewportSnapshotAndNavigationPolicy)
 
 TEST_F(EndToEnd, PageScriptsMeetTheBridge)
 {
-    // The web process logs to the standard output it inherits.
-    std::string logPath = m_root + "/web-process.log";
-    fflush(stdout);
-    int saved = dup(STDOUT_FILENO);
-    FILE* log = fopen(logPath.c_str(), "w");
-    dup2(fileno(log), STDOUT_FILENO);
+    captureWebProcessLog();
     open(bookWith({{"Script", "<p>Scripted page.</p>", kRecordingScript}}));
     bool answered = run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask").has_value();
     std::optional<std::string> results;
@@ -248,18 +283,12 @@ TEST_F(EndToEnd, PageScriptsMeetTheBridge)
     }, 10);
     auto loadInfo = m_view->evaluateScript("window.loadInfo", 5);
     auto documentLoadInfo = m_view->evaluateScript("window.documentLoadInfo", 5);
-    settle(0.3);
-    fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    fclose(log);
+    std::string logText = webProcessLog();
     ASSERT_TRUE(answered);
 
     EXPECT_EQ(results.value_or(""), "3,-1,0");
     EXPECT_EQ(loadInfo.value_or(""), "{\"title\":\"Harrow\",\"chapters\":3}");
     EXPECT_EQ(documentLoadInfo, loadInfo);
-    std::ifstream logFile(logPath);
-    std::string logText((std::istreambuf_iterator<char>(logFile)), std::istreambuf_iterator<char>());
     EXPECT_NE(logText.find("page says hello"), std::string::npos) << logText;
 }
 
