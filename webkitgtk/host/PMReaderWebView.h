@@ -70,6 +70,9 @@ private:
     PMReaderWebView() = default;
     bool start(const PMReaderConfiguration& configuration, KCError* error);
     void receive(const std::string& name, const KCValue& body);
+    // Tells the extension that a document load starts (resource tracking
+    // begins afresh for it).
+    void announceLoad(const std::string& URI);
 
     static void initializeWebProcessExtensions(WebKitWebContext* context, gpointer self);
     static gboolean userMessageReceived(WebKitWebView* view, struct _WebKitUserMessage* message, gpointer self);
@@ -87,6 +90,7 @@ private:
     std::optional<std::string> m_failure;
     bool m_pageReady = false;
     bool m_loadFinished = false;
+    bool m_loadAnnounced = false;  // the next load start was announced already
     bool m_webProcessTerminated = false;
     // Callbacks that the engine may still make while the view goes away check it.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);

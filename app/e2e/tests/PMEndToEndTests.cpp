@@ -10,6 +10,7 @@
 #include "PMTestPNG.h"
 
 #include <gtest/gtest.h>
+#include <webkit/webkit.h>
 
 #include <filesystem>
 #include <fstream>
@@ -236,6 +237,26 @@ TEST_F(EndToEnd, PageTaskSnapshotAndResourceBatches)
     EXPECT_EQ(snapshotSize(*snapshot), (PMTestPNGSize {300, 400}));
     settle();
     EXPECT_EQ(count("PMEpubWebProcessPlugInMessageSnapshotTask"), 1u);
+}
+
+TEST_F(EndToEnd, LoadsTheHostDidNotStartAreBatchesToo)
+{
+    open(bookWith({{"One", "<p>First page.</p>"}, {"Two", "<p>Second page.</p>"}}));
+    const std::string batch = "PMEpubWebProcessPlugInMessageResourceLoadTask";
+    ASSERT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
+    settle();
+    ASSERT_EQ(count(batch), 1u);
+
+    // The page reloads itself, then the view reloads it.
+    m_view->evaluateScript("location.reload(); 0", 5);
+    m_view->runUntil([&] { return count(batch) == 2; }, 10);
+    settle();
+    EXPECT_EQ(count(batch), 2u);
+    webkit_web_view_reload_bypass_cache(m_view->webView());
+    m_view->runUntil([&] { return count(batch) == 3; }, 10);
+    settle();
+    EXPECT_EQ(count(batch), 3u);
+    EXPECT_EQ(m_view->evaluateScript("location.href", 5), chapterURI(0));
 }
 
 TEST_F(EndToEnd, AFailedLoadEndsItsBatchOnce)
