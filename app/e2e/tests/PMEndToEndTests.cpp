@@ -190,15 +190,33 @@ TEST_P(FontObfuscation, ServesTheClearFontAndThePageUsesIt)
 
 INSTANTIATE_TEST_SUITE_P(BothSchemes, FontObfuscation, ::testing::Values(PMFontObfuscation::IDPF, PMFontObfuscation::Adobe));
 
-TEST_F(EndToEnd, TextTasksSkipRubyAndFindEveryMatch)
+// The page's text is the engine's (its innerText) without the ruby readings.
+TEST_F(EndToEnd, TextTasksReadTheEnginesTextWithoutRuby)
 {
-    open(bookWith({{"Text", "<p>Alpha Café ＦＵＬＬ lantern.</p><p>A lantern is a lantern. <ruby>灯<rt>とう</rt></ruby> end.</p>"}}));
+    open(bookWith({{"Text",
+        "<p>Alpha Café ＦＵＬＬ lantern.</p><p>A lantern is a lantern. <ruby>灯<rt>とう</rt></ruby> end.</p>"
+        "<p>Seen <span style=\"visibility: hidden\">unseen <b style=\"visibility: visible\">shown</b></span> and"
+        " <span style=\"display: none\">absent</span> kept.</p>"
+        "<table><tr><td>North</td><td>South</td></tr><tr><td>East</td><td>West</td></tr></table>"
+        "<p>They <span style=\"text-transform: uppercase\">shouted</span> once.<br/>Then  quiet\n again.</p>"
+        "<div>Block <div>inside</div> block.</div>"}}));
 
     auto filterReply = run({{"task", 1}}, 0, "PMEpubWebProcessPlugInMessageBloomFilterTask");
     ASSERT_TRUE(filterReply);
+    auto innerText = m_view->evaluateScript("document.body.innerText", 5);
+    ASSERT_TRUE(innerText);
+    std::u16string pageText = KCUTF16FromUTF8(*innerText);
+    size_t reading = pageText.find(u"とう");
+    ASSERT_NE(reading, std::u16string::npos);
+    pageText.erase(reading, 2);
+    // What the engine itself makes of the page, as the checks below rely on.
+    ASSERT_EQ(pageText.find(u"unseen"), std::u16string::npos);
+    ASSERT_NE(pageText.find(u"North\tSouth"), std::u16string::npos);
+    ASSERT_NE(pageText.find(u"SHOUTED"), std::u16string::npos);
+
     const KCData* archive = filterReply->find("PMEpubWebProcessPlugInObjectBloomFilter")->data();
     ASSERT_NE(archive, nullptr);
-    std::u16string folded = StringCopyFlattenedForSearch(u"Alpha Café ＦＵＬＬ lantern.\nA lantern is a lantern. 灯 end.");
+    std::u16string folded = StringCopyFlattenedForSearch(pageText);
     auto expected = std::make_shared<KCDocumentFragmentFilter>(folded,
         KCFragmentFilterSpecification {{static_cast<int64_t>(folded.size()), 1.0, 1}, 4});
     EXPECT_EQ(*archive, KCKeyedArchiver::archivedDataWithRootObject(KCValue(expected)));
@@ -206,19 +224,36 @@ TEST_F(EndToEnd, TextTasksSkipRubyAndFindEveryMatch)
     ASSERT_TRUE(filter);
     EXPECT_TRUE(filter->mightContainFragment(StringCopyFlattenedForSearch(u"café full")));
 
-    auto contexts = run({{"task", 2}, {"PMEpubWebProcessPlugInObjectSearchString", u"LANTERN"}}, 0, "PMEpubWebProcessPlugInMessageSearchContextTask");
-    ASSERT_TRUE(contexts);
-    const KCArray* array = contexts->find("PMEpubWebProcessPlugInObjectContextArray")->array();
-    ASSERT_NE(array, nullptr);
-    ASSERT_EQ(array->size(), 3u);
-    EXPECT_EQ((*array)[1]["context"], (*array)[2]["context"]);
-    EXPECT_EQ((*array)[1]["rangeLocation"].uint64Value(), 2u);
-    EXPECT_EQ((*array)[2]["rangeLocation"].uint64Value(), 15u);
-    EXPECT_EQ((*array)[2]["rangeLength"].uint64Value(), 7u);
-
-    auto ruby = run({{"task", 2}, {"PMEpubWebProcessPlugInObjectSearchString", u"とう"}}, 0, "PMEpubWebProcessPlugInMessageSearchContextTask");
-    ASSERT_TRUE(ruby);
-    EXPECT_TRUE(ruby->find("PMEpubWebProcessPlugInObjectContextArray")->array()->empty());
+    auto contextsFor = [&](const std::u16string& search) {
+        auto reply = run({{"task", 2}, {"PMEpubWebProcessPlugInObjectSearchString", search}}, 0, "PMEpubWebProcessPlugInMessageSearchContextTask");
+        const KCValue* array = reply ? reply->find("PMEpubWebProcessPlugInObjectContextArray") : nullptr;
+        return array && array->array() ? *array->array() : KCArray();
+    };
+    auto lanterns = contextsFor(u"LANTERN");
+    ASSERT_EQ(lanterns.size(), 3u);
+    EXPECT_EQ(lanterns[1]["context"], lanterns[2]["context"]);
+    EXPECT_EQ(lanterns[1]["rangeLocation"].uint64Value(), 2u);
+    EXPECT_EQ(lanterns[2]["rangeLocation"].uint64Value(), 15u);
+    EXPECT_EQ(lanterns[2]["rangeLength"].uint64Value(), 7u);
+    // As many contexts as the page's text has matches, each a piece of it
+    // around the search string.
+    auto occurrences = [&](const std::u16string& search) {
+        std::u16string text = StringCopyFlattenedForSearch(pageText), needle = StringCopyFlattenedForSearch(search);
+        size_t found = 0;
+        for (size_t at = text.find(needle); at != std::u16string::npos; at = text.find(needle, at + needle.size()))
+            ++found;
+        return found;
+    };
+    for (const std::u16string search : {u"lantern", u"shouted", u"North\tSouth", u"shown", u"quiet", u"inside", u"unseen", u"absent", u"とう"}) {
+        auto contexts = contextsFor(search);
+        EXPECT_EQ(contexts.size(), occurrences(search)) << KCUTF8FromUTF16(search);
+        for (const auto& context : contexts) {
+            std::u16string sentence = context["context"].string() ? *context["context"].string() : u"";
+            EXPECT_NE(pageText.find(sentence), std::u16string::npos) << context["context"].utf8String();
+            std::u16string match = sentence.substr(context["rangeLocation"].uint64Value().value_or(0), search.size());
+            EXPECT_EQ(StringCopyFlattenedForSearch(match), StringCopyFlattenedForSearch(search));
+        }
+    }
 }
 
 TEST_F(EndToEnd, PageTaskSnapshotAndResourceBatches)

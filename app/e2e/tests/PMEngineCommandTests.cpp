@@ -75,7 +75,8 @@ TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
     EXPECT_EQ(json["contexts"][1]["documentIndex"], 3);
     EXPECT_EQ(json["contexts"][1]["href"], "OEBPS/text/chapter4.xhtml");
     EXPECT_EQ(json["contexts"][1]["rangeLocation"], 4);
-    EXPECT_EQ(json["contexts"][1]["context"], "The " + PMGeneratedMarker(1) + " stood by the road. ");
+    // The engine drops the blank that ends the paragraph.
+    EXPECT_EQ(json["contexts"][1]["context"], "The " + PMGeneratedMarker(1) + " stood by the road.");
     EXPECT_GE(json["documentsSkipped"].get<int>(), 3);
 
     std::string png = m_root + "/page.png";
