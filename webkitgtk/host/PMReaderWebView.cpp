@@ -3,6 +3,7 @@
 #include "Messages/PMGVariantValue.h"
 #include "Messages/PMWebKitBridgeMessages.h"
 #include "PMLinkPolicy.h"
+#include "PMPageCleanup.h"
 #include "PMResourceForwarding.h"
 #include "PMSnapshotService.h"
 #include "Utilities/KCLogger.h"
@@ -50,6 +51,7 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
 
     m_webView = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", m_context, nullptr));
     g_signal_connect(m_webView, "user-message-received", G_CALLBACK(userMessageReceived), this);
+    PMInstallPageCleanup(m_webView, configuration.book.paginationMode);
     PMInstallLinkPolicy(m_webView, {[this, alive = m_alive] { return *alive ? m_documentURI : std::string(); },
                                        [this, alive = m_alive](const std::string& uri) {
                                            if (*alive && m_navigationHandler)

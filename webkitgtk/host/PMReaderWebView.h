@@ -1,8 +1,10 @@
 #pragma once
 // The reader's side of the engine: one web view whose web process runs the
 // plug-in for one book. It starts the process with the initialisation
-// dictionary, serves the book's files, answers navigation policy with the
-// plug-in's rule, supplies snapshots, and gives the reader the plug-in's
+// dictionary, serves the book's files, puts the reader's page clean-up in
+// every page (PMPageCleanup.h), tells the extension of every document load
+// (its own and the page's: reloads, history), answers navigation policy with
+// the plug-in's rule, supplies snapshots, and gives the reader the plug-in's
 // messages. Everything runs on the GTK main thread; waits are bounded.
 // Errors: create answers nullptr and fills *error ("PMReaderErrorDomain");
 // waits answer false and keep the reason in failure().

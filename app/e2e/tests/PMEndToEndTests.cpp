@@ -55,7 +55,7 @@ protected:
     }
 
     // Writes and opens the book and starts a view on it.
-    void open(PMSampleBookOptions options)
+    void open(PMSampleBookOptions options, KCDictionary bookInfo = {{"title", u"Harrow"}, {"chapters", 3}}, bool paginationMode = false)
     {
         std::string epub = m_root + "/book.epub";
         ASSERT_FALSE(PMWriteSampleBook(options, epub).has_value());
@@ -66,8 +66,8 @@ protected:
         ASSERT_TRUE(book) << error.message;
         m_book = std::make_unique<PMBook>(std::move(*book));
         PMReaderConfiguration configuration;
-        configuration.book = {m_book->contentsPath(), m_book->resourceInformation(), false};
-        configuration.bookInfo = {{"title", u"Harrow"}, {"chapters", 3}};
+        configuration.book = {m_book->contentsPath(), m_book->resourceInformation(), paginationMode};
+        configuration.bookInfo = std::move(bookInfo);
         configuration.extensionDirectory = PMWebExtensionDirectory();
         m_view = PMReaderWebView::create(configuration, &error);
         ASSERT_TRUE(m_view) << error.message;
@@ -306,6 +306,18 @@ TEST_F(EndToEnd, AFailedLoadEndsItsBatchOnce)
     std::string log = webProcessLog();
     EXPECT_EQ(count("PMEpubWebProcessPlugInMessageResourceLoadTask"), 1u);
     EXPECT_EQ(log.find("Expected resources"), std::string::npos) << log;
+}
+
+TEST_F(EndToEnd, ReadersCleanupPreparesThePage)
+{
+    captureWebProcessLog();
+    open(bookWith({{"Columns", "<p>سلام and a page in columns.</p>"}}), {{"title", u"Harrow"}, {"language", u"ar"}}, true);
+    ASSERT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
+    auto page = m_view->evaluateScript("var root = document.documentElement;"
+        "[root.getAttribute('lang'), root.getAttribute('dir'), getComputedStyle(root).columnWidth, PMDOMCleanup.bookInfo.title].join('|')", 5);
+    std::string log = webProcessLog();
+    EXPECT_EQ(page.value_or(""), "ar|rtl|600px|Harrow");
+    EXPECT_EQ(log.find("JavaScript exception"), std::string::npos) << log;
 }
 
 TEST_F(EndToEnd, ViewportSnapshotAndNavigationPolicy)
