@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -147,7 +146,7 @@ TEST_F(EngineCommands, BadArgumentsFailBeforeTheEngineStarts)
     EXPECT_EQ(badSize.errors, "pagemoor: --size must be WIDTHxHEIGHT, each from 1 to 8192\n");
 }
 
-TEST_F(EngineCommands, BadInputEndsWithAMessageInBoundedTime)
+TEST_F(EngineCommands, BadInputEndsWithAFailure)
 {
     std::string notABook = m_root + "/plain.epub";
     FILE* file = fopen(notABook.c_str(), "w");
@@ -158,14 +157,15 @@ TEST_F(EngineCommands, BadInputEndsWithAMessageInBoundedTime)
     options.missingChapters = {"gone.xhtml"};
     std::string holed = write(options, "holed.epub");
 
-    auto start = std::chrono::steady_clock::now();
     EXPECT_NE(pagemoor("index " + notABook).status, 0);
     Result missing = pagemoor("search " + holed + " lantern --all");
     EXPECT_NE(missing.status, 0);
-    EXPECT_NE(pagemoor("snapshot " + holed + " 3 --size 100x100 -o " + m_root + "/x.png").status, 0);
+    EXPECT_NE(missing.errors.find("gone.xhtml"), std::string::npos) << missing.errors;
+    Result missingPage = pagemoor("snapshot " + holed + " 3 --size 100x100 -o " + m_root + "/x.png");
+    EXPECT_NE(missingPage.status, 0);
+    EXPECT_NE(missingPage.errors.find("gone.xhtml"), std::string::npos) << missingPage.errors;
     EXPECT_NE(pagemoor("snapshot " + holed + " 0 --size 0x100 -o " + m_root + "/x.png").status, 0);
     EXPECT_NE(pagemoor("search " + holed + " ''").status, 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
 
 } // namespace
