@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <iostream>
 
+#include <unistd.h>
+
 PMArguments::PMArguments(const std::vector<std::string>& raw, const std::set<std::string>& valueOptions)
 {
     for (size_t i = 0; i < raw.size(); ++i) {
@@ -78,11 +80,34 @@ const std::map<std::string, PMCommand>& PMRegisteredCommands()
     return registry();
 }
 
+namespace {
+
+int failureDescriptor = STDERR_FILENO;
+
+} // namespace
+
+void PMSetFailureDescriptor(int descriptor)
+{
+    failureDescriptor = descriptor;
+}
+
 int PMFail(const std::string& message)
 {
     std::cout.flush();
-    std::cerr << "pagemoor: " << message << std::endl;
+    std::cerr.flush();
+    PMWriteAll(failureDescriptor, "pagemoor: " + message + "\n");
     return 1;
+}
+
+bool PMWriteAll(int descriptor, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        ssize_t count = write(descriptor, bytes.data(), bytes.size());
+        if (count <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<size_t>(count));
+    }
+    return true;
 }
 
 std::optional<int> PMRejectUnknown(const PMArguments& arguments, const std::set<std::string>& flags)

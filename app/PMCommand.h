@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Parsed arguments: "--name value" options, "--name" flags, and positionals.
@@ -47,6 +48,11 @@ const std::map<std::string, PMCommand>& PMRegisteredCommands();
 
 // Prints "pagemoor: message" to standard error and answers the failure status.
 int PMFail(const std::string& message);
+// Where PMFail writes once standard error carries something else (the
+// engine's log); standard error until then.
+void PMSetFailureDescriptor(int descriptor);
+// Writes every byte to the descriptor; false when a write fails.
+bool PMWriteAll(int descriptor, std::string_view bytes);
 // Fails (with the status) when the arguments did not parse or name a flag that the command does not know.
 std::optional<int> PMRejectUnknown(const PMArguments& arguments, const std::set<std::string>& flags);
 // Sends the log to standard error, so that standard output carries only the answer.

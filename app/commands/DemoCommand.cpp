@@ -1,8 +1,7 @@
 // pagemoor demo: the bundled sample book indexed, searched and drawn
 // through the web engine.
 #include "app/PMCommand.h"
-#include "PMDisplay.h"
-#include "PMEngineOutput.h"
+#include "PMEngineCommand.h"
 #include "engine/PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 
@@ -33,22 +32,20 @@ void printSearch(const PMSearchResult& result)
 int runDemoCommand(const std::vector<std::string>& args)
 {
     PMArguments arguments(args, {"output"});
-    if (auto failed = PMRejectUnknown(arguments, {}))
+    if (auto failed = PMRejectUnknown(arguments, {"verbose"}))
         return *failed;
     if (!arguments.positionals().empty())
         return PMFail("demo takes no arguments");
     if (!std::filesystem::exists(PM_SAMPLE_BOOK))
         return PMFail(std::string("the sample book is missing: ") + PM_SAMPLE_BOOK + " (build the pagemoor target)");
-    if (auto status = PMEnsureDisplay())
-        return *status;
-    PMSeparateResultsFromLogs();
+    int status = 0;
+    auto session = PMStartEngineSession(PM_SAMPLE_BOOK, {600, 800}, arguments.flag("verbose"), &status);
+    if (!session)
+        return status;
 
     PMResultWriter out;
     out << "Pagemoor reading engine demo\n\nBook: " << PM_SAMPLE_BOOK << '\n';
     KCError error;
-    auto session = PMEngineSession::open(PM_SAMPLE_BOOK, {600, 800}, &error);
-    if (!session)
-        return PMFail(error.message);
     out << "Title: " << session->book->package().title << " (" << session->documentCount() << " spine documents, unpacked in "
               << session->book->contentsPath() << ")\n\n";
 
@@ -87,6 +84,6 @@ int runDemo(const std::vector<std::string>& args)
 }
 
 PMCommandRegistration registration({"demo", "index, search and draw the bundled sample book through the web engine",
-    "usage: pagemoor demo [-o SNAPSHOT.png]\n", runDemo});
+    "usage: pagemoor demo [-o SNAPSHOT.png] [--verbose]\n", runDemo});
 
 } // namespace

@@ -1,7 +1,6 @@
 // pagemoor index: every spine document of a book indexed by the plug-in.
 #include "app/PMCommand.h"
-#include "PMDisplay.h"
-#include "PMEngineOutput.h"
+#include "PMEngineCommand.h"
 #include "engine/PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 
@@ -14,19 +13,16 @@ namespace {
 int runIndexCommand(const std::vector<std::string>& args)
 {
     PMArguments arguments(args, {"output"});
-    if (auto failed = PMRejectUnknown(arguments, {"json"}))
+    if (auto failed = PMRejectUnknown(arguments, {"json", "verbose"}))
         return *failed;
     if (arguments.positionals().size() != 1)
         return PMFail("index needs one EPUB file");
-    if (auto status = PMEnsureDisplay())
-        return *status;
-    PMSeparateResultsFromLogs();
-
     auto start = std::chrono::steady_clock::now();
-    KCError error;
-    auto session = PMEngineSession::open(arguments.positionals()[0], {600, 800}, &error);
+    int status = 0;
+    auto session = PMStartEngineSession(arguments.positionals()[0], {600, 800}, arguments.flag("verbose"), &status);
     if (!session)
-        return PMFail(error.message);
+        return status;
+    KCError error;
     auto library = PMIndexBook(*session, true, &error);
     if (!library)
         return PMFail(error.message);
@@ -50,7 +46,7 @@ int runIndex(const std::vector<std::string>& args)
 }
 
 PMCommandRegistration registration({"index", "index every spine document of a book through the web engine",
-    "usage: pagemoor index BOOK.epub [-o LIBRARY] [--json]\n"
+    "usage: pagemoor index BOOK.epub [-o LIBRARY] [--json] [--verbose]\n"
     "Loads each spine document with the plug-in's filter task and writes the\n"
     "library fragment filter (default: beside the unpacked book in the cache).\n",
     runIndex});

@@ -1,8 +1,7 @@
 // pagemoor search: the sentence contexts of a query, loading only the
 // documents that the library filter cannot rule out.
 #include "app/PMCommand.h"
-#include "PMDisplay.h"
-#include "PMEngineOutput.h"
+#include "PMEngineCommand.h"
 #include "engine/PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 
@@ -15,21 +14,19 @@ namespace {
 int runSearchCommand(const std::vector<std::string>& args)
 {
     PMArguments arguments(args, {"library"});
-    if (auto failed = PMRejectUnknown(arguments, {"json", "all"}))
+    if (auto failed = PMRejectUnknown(arguments, {"json", "all", "verbose"}))
         return *failed;
     if (arguments.positionals().size() != 2)
         return PMFail("search needs an EPUB file and a query");
     const std::string& query = arguments.positionals()[1];
     if (query.empty())
         return PMFail("the query is empty");
-    if (auto status = PMEnsureDisplay())
-        return *status;
-    PMSeparateResultsFromLogs();
+    int status = 0;
+    auto session = PMStartEngineSession(arguments.positionals()[0], {600, 800}, arguments.flag("verbose"), &status);
+    if (!session)
+        return status;
 
     KCError error;
-    auto session = PMEngineSession::open(arguments.positionals()[0], {600, 800}, &error);
-    if (!session)
-        return PMFail(error.message);
 
     // --all loads every document, as a search without a filter would.
     std::shared_ptr<KCLibraryFragmentFilter> library;
@@ -79,7 +76,7 @@ int runSearch(const std::vector<std::string>& args)
 }
 
 PMCommandRegistration registration({"search", "find a query's sentence contexts in a book through the web engine",
-    "usage: pagemoor search BOOK.epub QUERY [--library LIBRARY] [--all] [--json]\n"
+    "usage: pagemoor search BOOK.epub QUERY [--library LIBRARY] [--all] [--json] [--verbose]\n"
     "Folds the query, asks the library filter (building it first when missing)\n"
     "which documents might hold it and loads only those. --all loads every one.\n",
     runSearch});

@@ -1,7 +1,6 @@
 // pagemoor snapshot: a PNG of one spine document, drawn by the web engine.
 #include "app/PMCommand.h"
-#include "PMDisplay.h"
-#include "PMEngineOutput.h"
+#include "PMEngineCommand.h"
 #include "engine/PMEngineTasks.h"
 #include "SearchCommandSupport.h"
 
@@ -10,7 +9,7 @@ namespace {
 int runSnapshotCommand(const std::vector<std::string>& args)
 {
     PMArguments arguments(args, {"size", "output"});
-    if (auto failed = PMRejectUnknown(arguments, {"viewport-only"}))
+    if (auto failed = PMRejectUnknown(arguments, {"viewport-only", "verbose"}))
         return *failed;
     if (arguments.positionals().size() != 2)
         return PMFail("snapshot needs an EPUB file and a spine index");
@@ -23,15 +22,18 @@ int runSnapshotCommand(const std::vector<std::string>& args)
     auto output = arguments.option("output");
     if (!output)
         return PMFail("snapshot needs -o FILE.png");
-    if (auto status = PMEnsureDisplay())
-        return *status;
-    PMSeparateResultsFromLogs();
-
-    KCError error;
-    auto session = PMEngineSession::open(arguments.positionals()[0], *size, &error);
+    int status = 0;
+    auto documentIndex = static_cast<size_t>(*index);
+    // A missing or absent document is reported before the engine starts.
+    auto session = PMStartEngineSession(arguments.positionals()[0], *size, arguments.flag("verbose"), &status,
+        [&](const PMEngineSession& opened) -> std::optional<std::string> {
+            KCError problem;
+            return opened.documentURI(documentIndex, &problem) ? std::nullopt : std::optional(problem.message);
+        });
     if (!session)
-        return PMFail(error.message);
-    auto png = PMSnapshotDocument(*session, static_cast<size_t>(*index), *size, arguments.flag("viewport-only"), &error);
+        return status;
+    KCError error;
+    auto png = PMSnapshotDocument(*session, documentIndex, *size, arguments.flag("viewport-only"), &error);
     if (!png)
         return PMFail(error.message);
     if (!PMWriteFileAtomically(*output, *png))
@@ -47,7 +49,7 @@ int runSnapshot(const std::vector<std::string>& args)
 }
 
 PMCommandRegistration registration({"snapshot", "draw one spine document into a PNG through the web engine",
-    "usage: pagemoor snapshot BOOK.epub INDEX --size WxH [--viewport-only] -o FILE.png\n",
+    "usage: pagemoor snapshot BOOK.epub INDEX --size WxH [--viewport-only] [--verbose] -o FILE.png\n",
     runSnapshot});
 
 } // namespace

@@ -179,7 +179,8 @@ std::optional<std::string> PMWriteSampleBook(const PMSampleBookOptions& options,
     PMEpubWriter writer(epubPath);
     writer.addContainer("OEBPS/content.opf");
     writer.add("OEBPS/content.opf", packageDocument(options));
-    writer.add("OEBPS/styles/book.css", kStyleSheet);
+    if (!options.missingStyleSheet)
+        writer.add("OEBPS/styles/book.css", kStyleSheet);
     writer.add("OEBPS/fonts/sample-serif.ttf", PMObfuscateFont(font, options.obfuscation, options.identifier));
     if (options.obfuscation != PMFontObfuscation::None)
         writer.add("META-INF/encryption.xml", encryptionDocument(options.obfuscation));

@@ -23,6 +23,8 @@ struct PMSampleBookOptions {
     std::vector<PMSampleChapter> chapters;
     // Spine items whose file is left out of the container.
     std::vector<std::string> missingChapters;
+    // The chapters still link the style sheet (and its font), but it is not there.
+    bool missingStyleSheet = false;
 };
 
 // The three chapters of the sample book.

@@ -16,7 +16,7 @@ KCError PMEngineError(const std::string& message)
     return {"PMEngineErrorDomain", 1, message};
 }
 
-std::unique_ptr<PMEngineSession> PMEngineSession::open(const std::string& epubPath, const KCSize& viewSize, KCError* error)
+std::unique_ptr<PMEngineSession> PMEngineSession::openBook(const std::string& epubPath, KCError* error)
 {
     auto book = PMBook::open(epubPath, {}, error);
     if (!book)
@@ -29,18 +29,20 @@ std::unique_ptr<PMEngineSession> PMEngineSession::open(const std::string& epubPa
         KCSetError(error, PMEngineError(epubPath + ": the book has no spine documents"));
         return nullptr;
     }
+    return session;
+}
 
+bool PMEngineSession::startEngine(const KCSize& viewSize, KCError* error)
+{
     PMReaderConfiguration configuration;
-    configuration.book = {session->book->contentsPath(), session->book->resourceInformation(), false};
-    configuration.bookInfo = {{"title", KCValue::fromUTF8(session->book->package().title)},
-        {"creator", KCValue::fromUTF8(session->book->package().creator)},
-        {"language", KCValue::fromUTF8(session->book->package().language)}};
+    configuration.book = {book->contentsPath(), book->resourceInformation(), false};
+    configuration.bookInfo = {{"title", KCValue::fromUTF8(book->package().title)},
+        {"creator", KCValue::fromUTF8(book->package().creator)},
+        {"language", KCValue::fromUTF8(book->package().language)}};
     configuration.extensionDirectory = PMWebExtensionDirectory();
     configuration.viewSize = viewSize;
-    session->view = PMReaderWebView::create(configuration, error);
-    if (!session->view)
-        return nullptr;
-    return session;
+    view = PMReaderWebView::create(configuration, error);
+    return view != nullptr;
 }
 
 std::optional<std::string> PMEngineSession::documentURI(size_t index, KCError* error) const

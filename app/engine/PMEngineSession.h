@@ -17,7 +17,11 @@ struct PMEngineSession {
     std::unique_ptr<PMReaderWebView> view;
     std::vector<std::string> documentPaths;  // per spine index; empty when the item names no file
 
-    static std::unique_ptr<PMEngineSession> open(const std::string& epubPath, const KCSize& viewSize, KCError* error);
+    // The book opened and its spine listed; the engine is not started, so
+    // the caller can check its arguments against the book first.
+    static std::unique_ptr<PMEngineSession> openBook(const std::string& epubPath, KCError* error);
+    // Starts the reader web view, and with it the engine, at the size.
+    bool startEngine(const KCSize& viewSize, KCError* error);
     size_t documentCount() const { return documentPaths.size(); }
     // The spine document's path relative to the contents path.
     const std::string& href(size_t index) const { return book->package().spine[index].path; }

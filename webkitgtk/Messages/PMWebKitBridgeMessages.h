@@ -7,8 +7,9 @@
 
 // Extension to UI: the page exists and the plug-in is initialised. No body.
 inline constexpr const char* PMBridgeMessagePageReady = "PMBridge.PageReady";
-// UI to extension: a document is about to load. Body: {"URL": string}. The
-// request for it is left alone; only subresources go to the book scheme.
+// UI to extension: a document is about to load (sent before the UI side's
+// own loads, and as soon as it sees any other start). Body: {"URL": string}.
+// The request for it is left alone; only subresources go to the book scheme.
 inline constexpr const char* PMBridgeMessageWillLoadDocument = "PMBridge.WillLoadDocument";
 // UI to extension: a resource load started / ended. Body: {"identifier": uint64}.
 inline constexpr const char* PMBridgeMessageResourceStarted = "PMBridge.ResourceStarted";

@@ -12,8 +12,17 @@
 
 namespace {
 
-// Text as the engine renders it: hidden elements and scripts are left out,
-// white space collapses to one blank, a block element starts a new line.
+// The page's text is the engine's own: the body's innerText (hidden and
+// undisplayed text left out, table cells split by tabs, text transformed,
+// line breaks where the engine puts them). To know which node each piece of
+// it comes from, every text node is marked for one reading of innerText: its
+// text, past the white space that may collapse at either end, is wrapped in
+// noncharacters that carry the node's number, then the nodes are put back.
+// What lies between marked pieces (line breaks, tabs, collapsed blanks,
+// generated content) is a run of the body. Style, script and form text is
+// never marked: changing it would change the page. A page that already
+// holds those noncharacters (or whose marks come back out of shape) gives
+// one run of the body.
 // Tag names are kept as the document reports them. The result is
 // {"e": [[tagName, parentIndex]...], "r": [[text, elementIndex]...]}.
 const char* const kTextRunsScript = R"JS(
@@ -21,7 +30,7 @@ const char* const kTextRunsScript = R"JS(
     var body = document.body;
     if (!body)
         return 'null';
-    var elements = [], indices = new Map(), runs = [], last = '';
+    var elements = [], indices = new Map(), runs = [];
     function indexOf(node) {
         if (!node || node.nodeType !== 1)
             return -1;
@@ -34,39 +43,56 @@ const char* const kTextRunsScript = R"JS(
         indices.set(node, index);
         return index;
     }
-    function emit(text, node) {
-        if (!text)
-            return;
-        runs.push([text, indexOf(node)]);
-        last = text[text.length - 1];
+    var bodyIndex = indexOf(body);
+    function emit(text, index) {
+        if (text)
+            runs.push([text, index]);
     }
-    var skipped = { SCRIPT: 1, STYLE: 1, NOSCRIPT: 1, TEMPLATE: 1, script: 1, style: 1, noscript: 1, template: 1 };
-    function walk(node) {
-        for (var child = node.firstChild; child; child = child.nextSibling) {
-            if (child.nodeType === 3) {
-                var parentStyle = getComputedStyle(child.parentNode);
-                var text = /^pre/.test(parentStyle.whiteSpace) ? child.data : child.data.replace(/[ \t\n\r\f]+/g, ' ');
-                if (text[0] === ' ' && (last === '' || last === ' ' || last === '\n'))
-                    text = text.substring(1);
-                emit(text, child.parentNode);
-            } else if (child.nodeType === 1 && !skipped[child.tagName]) {
-                var style = getComputedStyle(child);
-                if (style.display === 'none')
-                    continue;
-                var block = !/^(inline|ruby|contents)/.test(style.display);
-                if (block && last !== '' && last !== '\n')
-                    emit('\n', child);
-                if (child.tagName === 'br' || child.tagName === 'BR')
-                    emit('\n', child);
-                walk(child);
-                if (block && last !== '' && last !== '\n')
-                    emit('\n', child);
-            }
-        }
+    function wholeBody() {
+        runs = [];
+        emit(body.innerText, bodyIndex);
+        return JSON.stringify({ e: elements, r: runs });
     }
-    walk(body);
-    if (last === '\n')
-        runs.pop();
+    var OPEN = '\uFDD0', NUMBERED = '\uFDD1', CLOSE = '\uFDEF', ZERO = 0xFDE0;
+    if (/[\uFDD0-\uFDEF]/.test(body.textContent))
+        return wholeBody();
+    var unmarked = { style: 1, script: 1, textarea: 1, noscript: 1, title: 1, xmp: 1 };
+    var nodes = [], originals = [];
+    var walker = document.createTreeWalker(body, NodeFilter.SHOW_TEXT);
+    for (var node = walker.nextNode(); node; node = walker.nextNode()) {
+        var parent = node.parentNode;
+        if (!parent || unmarked[(parent.localName || '').toLowerCase()])
+            continue;
+        var data = node.data, parts = /^([ \t\n\r\f]*)([\s\S]*?)([ \t\n\r\f]*)$/.exec(data);
+        if (!parts[2])
+            continue;
+        var number = String(nodes.length).replace(/[0-9]/g, function(digit) { return String.fromCharCode(ZERO + +digit); });
+        nodes.push(node);
+        originals.push(data);
+        node.data = parts[1] + OPEN + number + NUMBERED + parts[2] + CLOSE + parts[3];
+    }
+    var text;
+    try {
+        text = body.innerText;
+    } finally {
+        for (var i = 0; i < nodes.length; ++i)
+            nodes[i].data = originals[i];
+    }
+    var position = 0;
+    while (position < text.length) {
+        var open = text.indexOf(OPEN, position);
+        if (open < 0)
+            break;
+        emit(text.substring(position, open), bodyIndex);
+        var numbered = text.indexOf(NUMBERED, open), close = text.indexOf(CLOSE, open);
+        var digits = numbered < 0 ? '' : text.substring(open + 1, numbered);
+        var number = parseInt(digits.replace(/[\uFDE0-\uFDE9]/g, function(digit) { return digit.charCodeAt(0) - ZERO; }), 10);
+        if (numbered < 0 || close < numbered || !(number < nodes.length))
+            return wholeBody();
+        emit(text.substring(numbered + 1, close), indexOf(nodes[number].parentNode));
+        position = close + 1;
+    }
+    emit(text.substring(position), bodyIndex);
     return JSON.stringify({ e: elements, r: runs });
 })()
 )JS";

@@ -1,7 +1,8 @@
 #pragma once
 // The page text port on a live document. The web-process API has no DOM, so
-// one script walks the body and hands back its rendered text runs with the
-// element chain above each; the runs are then read like a text iterator's.
+// one script reads the body's rendered text (the engine's innerText) and
+// hands it back in runs, each with the element chain above the node it comes
+// from; the runs are then read like a text iterator's.
 #include "platform/PMPageText.h"
 
 typedef struct _JSCContext JSCContext;

@@ -2,7 +2,8 @@
 // plug-in and turns the engine's page signals, and the UI side's bridge
 // messages for what the web-process API lacks, into the plug-in's engine
 // callbacks:
-//   provisional load started  <- bridge "WillLoadDocument" (sent before each load)
+//   provisional load started  <- bridge "WillLoadDocument" (sent before each of
+//                                the UI side's loads, and when any other starts)
 //   document load finished    <- "document-loaded"
 //   load finished             <- the page's 'load' event
 //   first layout              <- the first frame drawn once the page's fonts are ready
@@ -127,8 +128,11 @@ gboolean sendRequest(WebKitWebPage* page, WebKitURIRequest* request, WebKitURIRe
 {
     const char* uri = webkit_uri_request_get_uri(request);
     PageState* state = pageState(webkit_web_page_get_id(page));
-    // The document itself stays a file URL, or its URL would change.
-    if (!uri || !state || state->documentURL == uri || !g_str_has_prefix(uri, "file://"))
+    // The document itself stays a file URL, or its URL would change. A load
+    // that the UI side did not start (history, reload) is announced only
+    // after its request, but by then it is the page's provisional URI.
+    const char* pageURI = webkit_web_page_get_uri(page);
+    if (!uri || !state || state->documentURL == uri || (pageURI && !strcmp(pageURI, uri)) || !g_str_has_prefix(uri, "file://"))
         return FALSE;
     PMURLRequest urlRequest(KCURL::URLWithString(uri));
     if (!PMURLProtocolRegistry::shared().handlerForRequest(urlRequest))

@@ -3,6 +3,7 @@
 #include "Messages/PMGVariantValue.h"
 #include "Messages/PMWebKitBridgeMessages.h"
 #include "PMLinkPolicy.h"
+#include "PMPageCleanup.h"
 #include "PMResourceForwarding.h"
 #include "PMSnapshotService.h"
 #include "Utilities/KCLogger.h"
@@ -10,6 +11,7 @@
 #include <webkit/webkit.h>
 
 #include <cstdlib>
+#include <utility>
 
 std::string PMWebExtensionDirectory()
 {
@@ -49,6 +51,7 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
 
     m_webView = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", m_context, nullptr));
     g_signal_connect(m_webView, "user-message-received", G_CALLBACK(userMessageReceived), this);
+    PMInstallPageCleanup(m_webView, configuration.book.paginationMode);
     PMInstallLinkPolicy(m_webView, {[this, alive = m_alive] { return *alive ? m_documentURI : std::string(); },
                                        [this, alive = m_alive](const std::string& uri) {
                                            if (*alive && m_navigationHandler)
@@ -70,6 +73,7 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
     gtk_window_present(GTK_WINDOW(m_window));
 
     m_documentURI = "about:blank";
+    m_loadAnnounced = true;
     webkit_web_view_load_uri(m_webView, "about:blank");
     if (!runUntil([this] { return m_pageReady && m_loadFinished; }, configuration.startTimeoutSeconds)) {
         KCSetError(error, {"PMReaderErrorDomain", 3, m_pageReady ? m_failure.value_or("the first page did not load")
@@ -119,8 +123,14 @@ void PMReaderWebView::loadDocument(const std::string& fileURI)
     m_loadFinished = false;
     // Ahead of the load: the extension starts resource tracking and leaves
     // this request a file URL.
-    sendMessage(PMBridgeMessageWillLoadDocument, KCValue(KCDictionary {{"URL", KCValue::fromUTF8(fileURI)}}));
+    m_loadAnnounced = true;
+    announceLoad(fileURI);
     webkit_web_view_load_uri(m_webView, fileURI.c_str());
+}
+
+void PMReaderWebView::announceLoad(const std::string& URI)
+{
+    sendMessage(PMBridgeMessageWillLoadDocument, KCValue(KCDictionary {{"URL", KCValue::fromUTF8(URI)}}));
 }
 
 bool PMReaderWebView::runUntil(const std::function<bool()>& done, double timeoutSeconds)
@@ -187,10 +197,21 @@ gboolean PMReaderWebView::userMessageReceived(WebKitWebView* view, WebKitUserMes
     return TRUE;
 }
 
-void PMReaderWebView::loadChanged(WebKitWebView*, int event, gpointer data)
+void PMReaderWebView::loadChanged(WebKitWebView* view, int event, gpointer data)
 {
+    auto* self = static_cast<PMReaderWebView*>(data);
     if (event == WEBKIT_LOAD_FINISHED)
-        static_cast<PMReaderWebView*>(data)->m_loadFinished = true;
+        self->m_loadFinished = true;
+    if (event != WEBKIT_LOAD_STARTED)
+        return;
+    if (std::exchange(self->m_loadAnnounced, false))
+        return;
+    // A reload, a page's own navigation or a step through history: the
+    // extension hears of it late, but before the new document's subresources.
+    const char* URI = webkit_web_view_get_uri(view);
+    self->m_documentURI = URI ? URI : "";
+    self->m_loadFinished = false;
+    self->announceLoad(self->m_documentURI);
 }
 
 gboolean PMReaderWebView::loadFailed(WebKitWebView*, int, const char* URI, GError* error, gpointer data)

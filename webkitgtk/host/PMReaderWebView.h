@@ -1,8 +1,10 @@
 #pragma once
 // The reader's side of the engine: one web view whose web process runs the
 // plug-in for one book. It starts the process with the initialisation
-// dictionary, serves the book's files, answers navigation policy with the
-// plug-in's rule, supplies snapshots, and gives the reader the plug-in's
+// dictionary, serves the book's files, puts the reader's page clean-up in
+// every page (PMPageCleanup.h), tells the extension of every document load
+// (its own and the page's: reloads, history), answers navigation policy with
+// the plug-in's rule, supplies snapshots, and gives the reader the plug-in's
 // messages. Everything runs on the GTK main thread; waits are bounded.
 // Errors: create answers nullptr and fills *error ("PMReaderErrorDomain");
 // waits answer false and keep the reason in failure().
@@ -70,6 +72,9 @@ private:
     PMReaderWebView() = default;
     bool start(const PMReaderConfiguration& configuration, KCError* error);
     void receive(const std::string& name, const KCValue& body);
+    // Tells the extension that a document load starts (resource tracking
+    // begins afresh for it).
+    void announceLoad(const std::string& URI);
 
     static void initializeWebProcessExtensions(WebKitWebContext* context, gpointer self);
     static gboolean userMessageReceived(WebKitWebView* view, struct _WebKitUserMessage* message, gpointer self);
@@ -87,6 +92,7 @@ private:
     std::optional<std::string> m_failure;
     bool m_pageReady = false;
     bool m_loadFinished = false;
+    bool m_loadAnnounced = false;  // the next load start was announced already
     bool m_webProcessTerminated = false;
     // Callbacks that the engine may still make while the view goes away check it.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);

@@ -1,7 +1,7 @@
 #pragma once
 // Resource loads end only where the UI side can see them: every load the
 // view starts, and how it ends, is told to the extension as a bridge message
-// ("PMBridge.Resource*", body {"identifier": n}).
+// ("PMBridge.Resource*", body {"identifier": n}), one end per load.
 #include <cstdint>
 #include <functional>
 

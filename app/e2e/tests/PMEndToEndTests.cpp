@@ -10,6 +10,7 @@
 #include "PMTestPNG.h"
 
 #include <gtest/gtest.h>
+#include <webkit/webkit.h>
 
 #include <filesystem>
 #include <fstream>
@@ -46,13 +47,15 @@ protected:
     }
     void TearDown() override
     {
+        if (m_savedStandardOutput >= 0)
+            webProcessLog();
         m_view.reset();
         if (!m_root.empty())
             std::filesystem::remove_all(m_root);
     }
 
     // Writes and opens the book and starts a view on it.
-    void open(PMSampleBookOptions options)
+    void open(PMSampleBookOptions options, KCDictionary bookInfo = {{"title", u"Harrow"}, {"chapters", 3}}, bool paginationMode = false)
     {
         std::string epub = m_root + "/book.epub";
         ASSERT_FALSE(PMWriteSampleBook(options, epub).has_value());
@@ -63,8 +66,8 @@ protected:
         ASSERT_TRUE(book) << error.message;
         m_book = std::make_unique<PMBook>(std::move(*book));
         PMReaderConfiguration configuration;
-        configuration.book = {m_book->contentsPath(), m_book->resourceInformation(), false};
-        configuration.bookInfo = {{"title", u"Harrow"}, {"chapters", 3}};
+        configuration.book = {m_book->contentsPath(), m_book->resourceInformation(), paginationMode};
+        configuration.bookInfo = std::move(bookInfo);
         configuration.extensionDirectory = PMWebExtensionDirectory();
         m_view = PMReaderWebView::create(configuration, &error);
         ASSERT_TRUE(m_view) << error.message;
@@ -102,6 +105,28 @@ protected:
         return static_cast<size_t>(std::count_if(m_messages.begin(), m_messages.end(), [&](const auto& message) { return message.first == name; }));
     }
 
+    // The web process logs to the standard output it inherits: from here to
+    // webProcessLog() it goes to a file.
+    void captureWebProcessLog()
+    {
+        m_logPath = m_root + "/web-process.log";
+        fflush(stdout);
+        m_savedStandardOutput = dup(STDOUT_FILENO);
+        FILE* log = fopen(m_logPath.c_str(), "w");
+        dup2(fileno(log), STDOUT_FILENO);
+        fclose(log);
+    }
+    std::string webProcessLog()
+    {
+        settle(0.3);
+        fflush(stdout);
+        dup2(m_savedStandardOutput, STDOUT_FILENO);
+        close(m_savedStandardOutput);
+        m_savedStandardOutput = -1;
+        std::ifstream logFile(m_logPath);
+        return std::string((std::istreambuf_iterator<char>(logFile)), std::istreambuf_iterator<char>());
+    }
+
     // Lets late messages arrive.
     void settle(double seconds = 0.5)
     {
@@ -113,6 +138,8 @@ protected:
     std::unique_ptr<PMBook> m_book;
     std::unique_ptr<PMReaderWebView> m_view;
     std::vector<std::pair<std::string, KCValue>> m_messages;
+    std::string m_logPath;
+    int m_savedStandardOutput = -1;
 };
 
 PMSampleBookOptions bookWith(std::vector<PMSampleChapter> chapters, PMFontObfuscation obfuscation = PMFontObfuscation::IDPF)
@@ -163,15 +190,33 @@ TEST_P(FontObfuscation, ServesTheClearFontAndThePageUsesIt)
 
 INSTANTIATE_TEST_SUITE_P(BothSchemes, FontObfuscation, ::testing::Values(PMFontObfuscation::IDPF, PMFontObfuscation::Adobe));
 
-TEST_F(EndToEnd, TextTasksSkipRubyAndFindEveryMatch)
+// The page's text is the engine's (its innerText) without the ruby readings.
+TEST_F(EndToEnd, TextTasksReadTheEnginesTextWithoutRuby)
 {
-    open(bookWith({{"Text", "<p>Alpha Café ＦＵＬＬ lantern.</p><p>A lantern is a lantern. <ruby>灯<rt>とう</rt></ruby> end.</p>"}}));
+    open(bookWith({{"Text",
+        "<p>Alpha Café ＦＵＬＬ lantern.</p><p>A lantern is a lantern. <ruby>灯<rt>とう</rt></ruby> end.</p>"
+        "<p>Seen <span style=\"visibility: hidden\">unseen <b style=\"visibility: visible\">shown</b></span> and"
+        " <span style=\"display: none\">absent</span> kept.</p>"
+        "<table><tr><td>North</td><td>South</td></tr><tr><td>East</td><td>West</td></tr></table>"
+        "<p>They <span style=\"text-transform: uppercase\">shouted</span> once.<br/>Then  quiet\n again.</p>"
+        "<div>Block <div>inside</div> block.</div>"}}));
 
     auto filterReply = run({{"task", 1}}, 0, "PMEpubWebProcessPlugInMessageBloomFilterTask");
     ASSERT_TRUE(filterReply);
+    auto innerText = m_view->evaluateScript("document.body.innerText", 5);
+    ASSERT_TRUE(innerText);
+    std::u16string pageText = KCUTF16FromUTF8(*innerText);
+    size_t reading = pageText.find(u"とう");
+    ASSERT_NE(reading, std::u16string::npos);
+    pageText.erase(reading, 2);
+    // What the engine itself makes of the page, as the checks below rely on.
+    ASSERT_EQ(pageText.find(u"unseen"), std::u16string::npos);
+    ASSERT_NE(pageText.find(u"North\tSouth"), std::u16string::npos);
+    ASSERT_NE(pageText.find(u"SHOUTED"), std::u16string::npos);
+
     const KCData* archive = filterReply->find("PMEpubWebProcessPlugInObjectBloomFilter")->data();
     ASSERT_NE(archive, nullptr);
-    std::u16string folded = StringCopyFlattenedForSearch(u"Alpha Café ＦＵＬＬ lantern.\nA lantern is a lantern. 灯 end.");
+    std::u16string folded = StringCopyFlattenedForSearch(pageText);
     auto expected = std::make_shared<KCDocumentFragmentFilter>(folded,
         KCFragmentFilterSpecification {{static_cast<int64_t>(folded.size()), 1.0, 1}, 4});
     EXPECT_EQ(*archive, KCKeyedArchiver::archivedDataWithRootObject(KCValue(expected)));
@@ -179,19 +224,36 @@ TEST_F(EndToEnd, TextTasksSkipRubyAndFindEveryMatch)
     ASSERT_TRUE(filter);
     EXPECT_TRUE(filter->mightContainFragment(StringCopyFlattenedForSearch(u"café full")));
 
-    auto contexts = run({{"task", 2}, {"PMEpubWebProcessPlugInObjectSearchString", u"LANTERN"}}, 0, "PMEpubWebProcessPlugInMessageSearchContextTask");
-    ASSERT_TRUE(contexts);
-    const KCArray* array = contexts->find("PMEpubWebProcessPlugInObjectContextArray")->array();
-    ASSERT_NE(array, nullptr);
-    ASSERT_EQ(array->size(), 3u);
-    EXPECT_EQ((*array)[1]["context"], (*array)[2]["context"]);
-    EXPECT_EQ((*array)[1]["rangeLocation"].uint64Value(), 2u);
-    EXPECT_EQ((*array)[2]["rangeLocation"].uint64Value(), 15u);
-    EXPECT_EQ((*array)[2]["rangeLength"].uint64Value(), 7u);
-
-    auto ruby = run({{"task", 2}, {"PMEpubWebProcessPlugInObjectSearchString", u"とう"}}, 0, "PMEpubWebProcessPlugInMessageSearchContextTask");
-    ASSERT_TRUE(ruby);
-    EXPECT_TRUE(ruby->find("PMEpubWebProcessPlugInObjectContextArray")->array()->empty());
+    auto contextsFor = [&](const std::u16string& search) {
+        auto reply = run({{"task", 2}, {"PMEpubWebProcessPlugInObjectSearchString", search}}, 0, "PMEpubWebProcessPlugInMessageSearchContextTask");
+        const KCValue* array = reply ? reply->find("PMEpubWebProcessPlugInObjectContextArray") : nullptr;
+        return array && array->array() ? *array->array() : KCArray();
+    };
+    auto lanterns = contextsFor(u"LANTERN");
+    ASSERT_EQ(lanterns.size(), 3u);
+    EXPECT_EQ(lanterns[1]["context"], lanterns[2]["context"]);
+    EXPECT_EQ(lanterns[1]["rangeLocation"].uint64Value(), 2u);
+    EXPECT_EQ(lanterns[2]["rangeLocation"].uint64Value(), 15u);
+    EXPECT_EQ(lanterns[2]["rangeLength"].uint64Value(), 7u);
+    // As many contexts as the page's text has matches, each a piece of it
+    // around the search string.
+    auto occurrences = [&](const std::u16string& search) {
+        std::u16string text = StringCopyFlattenedForSearch(pageText), needle = StringCopyFlattenedForSearch(search);
+        size_t found = 0;
+        for (size_t at = text.find(needle); at != std::u16string::npos; at = text.find(needle, at + needle.size()))
+            ++found;
+        return found;
+    };
+    for (const std::u16string search : {u"lantern", u"shouted", u"North\tSouth", u"shown", u"quiet", u"inside", u"unseen", u"absent", u"とう"}) {
+        auto contexts = contextsFor(search);
+        EXPECT_EQ(contexts.size(), occurrences(search)) << KCUTF8FromUTF16(search);
+        for (const auto& context : contexts) {
+            std::u16string sentence = context["context"].string() ? *context["context"].string() : u"";
+            EXPECT_NE(pageText.find(sentence), std::u16string::npos) << context["context"].utf8String();
+            std::u16string match = sentence.substr(context["rangeLocation"].uint64Value().value_or(0), search.size());
+            EXPECT_EQ(StringCopyFlattenedForSearch(match), StringCopyFlattenedForSearch(search));
+        }
+    }
 }
 
 TEST_F(EndToEnd, PageTaskSnapshotAndResourceBatches)
@@ -210,6 +272,52 @@ TEST_F(EndToEnd, PageTaskSnapshotAndResourceBatches)
     EXPECT_EQ(snapshotSize(*snapshot), (PMTestPNGSize {300, 400}));
     settle();
     EXPECT_EQ(count("PMEpubWebProcessPlugInMessageSnapshotTask"), 1u);
+}
+
+TEST_F(EndToEnd, LoadsTheHostDidNotStartAreBatchesToo)
+{
+    open(bookWith({{"One", "<p>First page.</p>"}, {"Two", "<p>Second page.</p>"}}));
+    const std::string batch = "PMEpubWebProcessPlugInMessageResourceLoadTask";
+    ASSERT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
+    settle();
+    ASSERT_EQ(count(batch), 1u);
+
+    // The page reloads itself, then the view reloads it.
+    m_view->evaluateScript("location.reload(); 0", 5);
+    m_view->runUntil([&] { return count(batch) == 2; }, 10);
+    settle();
+    EXPECT_EQ(count(batch), 2u);
+    webkit_web_view_reload_bypass_cache(m_view->webView());
+    m_view->runUntil([&] { return count(batch) == 3; }, 10);
+    settle();
+    EXPECT_EQ(count(batch), 3u);
+    EXPECT_EQ(m_view->evaluateScript("location.href", 5), chapterURI(0));
+}
+
+TEST_F(EndToEnd, AFailedLoadEndsItsBatchOnce)
+{
+    captureWebProcessLog();
+    PMSampleBookOptions options = bookWith({{"Plain", "<p>Its style sheet is missing.</p>"}});
+    options.missingStyleSheet = true;
+    open(options);
+    // The style sheet is the batch's last load, and it fails.
+    ASSERT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
+    settle();
+    std::string log = webProcessLog();
+    EXPECT_EQ(count("PMEpubWebProcessPlugInMessageResourceLoadTask"), 1u);
+    EXPECT_EQ(log.find("Expected resources"), std::string::npos) << log;
+}
+
+TEST_F(EndToEnd, ReadersCleanupPreparesThePage)
+{
+    captureWebProcessLog();
+    open(bookWith({{"Columns", "<p>سلام and a page in columns.</p>"}}), {{"title", u"Harrow"}, {"language", u"ar"}}, true);
+    ASSERT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
+    auto page = m_view->evaluateScript("var root = document.documentElement;"
+        "[root.getAttribute('lang'), root.getAttribute('dir'), getComputedStyle(root).columnWidth, PMDOMCleanup.bookInfo.title].join('|')", 5);
+    std::string log = webProcessLog();
+    EXPECT_EQ(page.value_or(""), "ar|rtl|600px|Harrow");
+    EXPECT_EQ(log.find("JavaScript exception"), std::string::npos) << log;
 }
 
 TEST_F(EndToEnd, ViewportSnapshotAndNavigationPolicy)
@@ -233,12 +341,7 @@ TEST_F(EndToEnd, ViewportSnapshotAndNavigationPolicy)
 
 TEST_F(EndToEnd, PageScriptsMeetTheBridge)
 {
-    // The web process logs to the standard output it inherits.
-    std::string logPath = m_root + "/web-process.log";
-    fflush(stdout);
-    int saved = dup(STDOUT_FILENO);
-    FILE* log = fopen(logPath.c_str(), "w");
-    dup2(fileno(log), STDOUT_FILENO);
+    captureWebProcessLog();
     open(bookWith({{"Script", "<p>Scripted page.</p>", kRecordingScript}}));
     bool answered = run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask").has_value();
     std::optional<std::string> results;
@@ -248,18 +351,12 @@ TEST_F(EndToEnd, PageScriptsMeetTheBridge)
     }, 10);
     auto loadInfo = m_view->evaluateScript("window.loadInfo", 5);
     auto documentLoadInfo = m_view->evaluateScript("window.documentLoadInfo", 5);
-    settle(0.3);
-    fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    fclose(log);
+    std::string logText = webProcessLog();
     ASSERT_TRUE(answered);
 
     EXPECT_EQ(results.value_or(""), "3,-1,0");
     EXPECT_EQ(loadInfo.value_or(""), "{\"title\":\"Harrow\",\"chapters\":3}");
     EXPECT_EQ(documentLoadInfo, loadInfo);
-    std::ifstream logFile(logPath);
-    std::string logText((std::istreambuf_iterator<char>(logFile)), std::istreambuf_iterator<char>());
     EXPECT_NE(logText.find("page says hello"), std::string::npos) << logText;
 }
 

@@ -6,9 +6,11 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <unistd.h>
 #include <sys/wait.h>
 
 namespace {
@@ -16,22 +18,31 @@ namespace {
 struct Result {
     int status = -1;
     std::string output;
+    std::string errors;
 };
 
-// Standard output only; the engine's logs go to standard error.
-Result pagemoor(const std::string& arguments)
+// Runs the program with `environment` (words for env(1)) in front.
+Result pagemoor(const std::string& arguments, const std::string& environment = "")
 {
     Result result;
-    std::string command = std::string(PAGEMOOR_EXECUTABLE) + " " + arguments + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe)
+    char errorsPath[] = "/tmp/pagemoor-errors-XXXXXX";
+    int errorsFile = mkstemp(errorsPath);
+    if (errorsFile < 0)
         return result;
-    std::array<char, 4096> buffer {};
-    size_t read;
-    while ((read = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        result.output.append(buffer.data(), read);
-    int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    close(errorsFile);
+    std::string command = (environment.empty() ? "" : "env " + environment + " ") + PAGEMOOR_EXECUTABLE + " " + arguments + " 2>" + errorsPath;
+    FILE* pipe = popen(command.c_str(), "r");
+    if (pipe) {
+        std::array<char, 4096> buffer {};
+        size_t read;
+        while ((read = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+            result.output.append(buffer.data(), read);
+        int status = pclose(pipe);
+        result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    std::ifstream errors(errorsPath);
+    result.errors.assign(std::istreambuf_iterator<char>(errors), std::istreambuf_iterator<char>());
+    unlink(errorsPath);
     return result;
 }
 
@@ -75,7 +86,8 @@ TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
     EXPECT_EQ(json["contexts"][1]["documentIndex"], 3);
     EXPECT_EQ(json["contexts"][1]["href"], "OEBPS/text/chapter4.xhtml");
     EXPECT_EQ(json["contexts"][1]["rangeLocation"], 4);
-    EXPECT_EQ(json["contexts"][1]["context"], "The " + PMGeneratedMarker(1) + " stood by the road. ");
+    // The engine drops the blank that ends the paragraph.
+    EXPECT_EQ(json["contexts"][1]["context"], "The " + PMGeneratedMarker(1) + " stood by the road.");
     EXPECT_GE(json["documentsSkipped"].get<int>(), 3);
 
     std::string png = m_root + "/page.png";
@@ -88,7 +100,53 @@ TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
     EXPECT_GE(size->height, 300);
 }
 
-TEST_F(EngineCommands, BadInputEndsWithAMessageInBoundedTime)
+// Results and failures reach the terminal; the engine's log only on request.
+TEST_F(EngineCommands, QuietUnlessTheLogIsAskedFor)
+{
+    PMSampleBookOptions options;
+    options.chapters = PMSampleBookChapters();
+    std::string book = write(options);
+    auto expectNoNoise = [](const Result& result) {
+        for (const char* noise : {"JavaScript exception", "session bus", "a11y"})
+            EXPECT_EQ(result.errors.find(noise), std::string::npos) << result.errors;
+    };
+
+    Result demo = pagemoor("demo -o " + m_root + "/demo.png");
+    ASSERT_EQ(demo.status, 0) << demo.errors;
+    EXPECT_NE(demo.output.find("snapshot written to"), std::string::npos) << demo.output;
+    EXPECT_EQ(demo.errors, "");
+    Result search = pagemoor("search " + book + " lantern --all");
+    ASSERT_EQ(search.status, 0) << search.errors;
+    EXPECT_EQ(search.errors, "");
+
+    // The logger's lines carry the program's name and process id.
+    Result index = pagemoor("index " + book + " -o " + m_root + "/library --verbose");
+    ASSERT_EQ(index.status, 0) << index.errors;
+    expectNoNoise(index);
+    EXPECT_NE(index.errors.find(" pagemoor["), std::string::npos) << index.errors;
+    Result filtered = pagemoor("search " + book + " lantern --library " + m_root + "/library", "KCLogFilter=XOR");
+    ASSERT_EQ(filtered.status, 0) << filtered.errors;
+    expectNoNoise(filtered);
+    EXPECT_NE(filtered.errors.find("XOR"), std::string::npos) << filtered.errors;
+    EXPECT_EQ(filtered.output, search.output);
+}
+
+TEST_F(EngineCommands, BadArgumentsFailBeforeTheEngineStarts)
+{
+    PMSampleBookOptions options;
+    options.chapters = PMSampleBookChapters();
+    std::string book = write(options);
+    // No display and no xvfb-run: only a check made before the engine starts can answer.
+    const std::string noDisplay = "-u DISPLAY -u WAYLAND_DISPLAY -u PAGEMOOR_UNDER_XVFB PATH=/nonexistent";
+    Result pastTheEnd = pagemoor("snapshot " + book + " 3 --size 100x100 -o " + m_root + "/x.png", noDisplay);
+    EXPECT_NE(pastTheEnd.status, 0);
+    EXPECT_EQ(pastTheEnd.errors, "pagemoor: there is no spine document 3 (the book has 3)\n");
+    Result badSize = pagemoor("snapshot " + book + " 0 --size 100xmany -o " + m_root + "/x.png", noDisplay);
+    EXPECT_NE(badSize.status, 0);
+    EXPECT_EQ(badSize.errors, "pagemoor: --size must be WIDTHxHEIGHT, each from 1 to 8192\n");
+}
+
+TEST_F(EngineCommands, BadInputEndsWithAFailure)
 {
     std::string notABook = m_root + "/plain.epub";
     FILE* file = fopen(notABook.c_str(), "w");
@@ -99,14 +157,15 @@ TEST_F(EngineCommands, BadInputEndsWithAMessageInBoundedTime)
     options.missingChapters = {"gone.xhtml"};
     std::string holed = write(options, "holed.epub");
 
-    auto start = std::chrono::steady_clock::now();
     EXPECT_NE(pagemoor("index " + notABook).status, 0);
     Result missing = pagemoor("search " + holed + " lantern --all");
     EXPECT_NE(missing.status, 0);
-    EXPECT_NE(pagemoor("snapshot " + holed + " 3 --size 100x100 -o " + m_root + "/x.png").status, 0);
+    EXPECT_NE(missing.errors.find("gone.xhtml"), std::string::npos) << missing.errors;
+    Result missingPage = pagemoor("snapshot " + holed + " 3 --size 100x100 -o " + m_root + "/x.png");
+    EXPECT_NE(missingPage.status, 0);
+    EXPECT_NE(missingPage.errors.find("gone.xhtml"), std::string::npos) << missingPage.errors;
     EXPECT_NE(pagemoor("snapshot " + holed + " 0 --size 0x100 -o " + m_root + "/x.png").status, 0);
     EXPECT_NE(pagemoor("search " + holed + " ''").status, 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
 
 } // namespace
