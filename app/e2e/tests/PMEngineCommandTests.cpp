@@ -1,60 +1,16 @@
 // The engine commands of the pagemoor program, run as a person runs them.
 #include "e2e/PMSampleBook.h"
 #include "PMTestPNG.h"
+#include "PMTestProgram.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <chrono>
-#include <cstdio>
-#include <filesystem>
-#include <sys/wait.h>
 
 namespace {
 
-struct Result {
-    int status = -1;
-    std::string output;
-};
-
-// Standard output only; the engine's logs go to standard error.
-Result pagemoor(const std::string& arguments)
-{
-    Result result;
-    std::string command = std::string(PAGEMOOR_EXECUTABLE) + " " + arguments + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return result;
-    std::array<char, 4096> buffer {};
-    size_t read;
-    while ((read = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        result.output.append(buffer.data(), read);
-    int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
-}
-
-class EngineCommands : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/pagemoor-commands-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_root = pattern;
-        setenv("PAGEMOOR_CACHE_DIR", (m_root + "/cache").c_str(), 1);
-    }
-    void TearDown() override { std::filesystem::remove_all(m_root); }
-
-    std::string write(PMSampleBookOptions options, const std::string& name = "book.epub")
-    {
-        std::string path = m_root + "/" + name;
-        EXPECT_FALSE(PMWriteSampleBook(options, path).has_value());
-        return path;
-    }
-
-    std::string m_root;
-};
+using EngineCommands = PMProgramTest;
 
 TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
 {
@@ -62,12 +18,12 @@ TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
     options.chapters = PMGeneratedChapters(6, 2);
     std::string book = write(options);
 
-    Result index = pagemoor("index " + book + " -o " + m_root + "/library --json");
+    PMTestProgramResult index = PMRunPagemoor("index " + book + " -o " + m_root + "/library --json");
     ASSERT_EQ(index.status, 0) << index.output;
     EXPECT_EQ(nlohmann::json::parse(index.output)["documents"], 6);
 
     // The marker of k = 1 is only in chapters 0, 3 (index % 3 == 0).
-    Result search = pagemoor("search " + book + " " + PMGeneratedMarker(1) + " --library " + m_root + "/library --json");
+    PMTestProgramResult search = PMRunPagemoor("search " + book + " " + PMGeneratedMarker(1) + " --library " + m_root + "/library --json");
     ASSERT_EQ(search.status, 0) << search.output;
     auto json = nlohmann::json::parse(search.output);
     ASSERT_EQ(json["contexts"].size(), 2u);
@@ -79,7 +35,7 @@ TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
     EXPECT_GE(json["documentsSkipped"].get<int>(), 3);
 
     std::string png = m_root + "/page.png";
-    Result snapshot = pagemoor("snapshot " + book + " 2 --size 200x300 -o " + png);
+    PMTestProgramResult snapshot = PMRunPagemoor("snapshot " + book + " 2 --size 200x300 -o " + png);
     ASSERT_EQ(snapshot.status, 0) << snapshot.output;
     // The page is drawn to cover the requested size.
     auto size = PMTestPNGSizeOfFile(png);
@@ -100,12 +56,12 @@ TEST_F(EngineCommands, BadInputEndsWithAMessageInBoundedTime)
     std::string holed = write(options, "holed.epub");
 
     auto start = std::chrono::steady_clock::now();
-    EXPECT_NE(pagemoor("index " + notABook).status, 0);
-    Result missing = pagemoor("search " + holed + " lantern --all");
+    EXPECT_NE(PMRunPagemoor("index " + notABook).status, 0);
+    PMTestProgramResult missing = PMRunPagemoor("search " + holed + " lantern --all");
     EXPECT_NE(missing.status, 0);
-    EXPECT_NE(pagemoor("snapshot " + holed + " 3 --size 100x100 -o " + m_root + "/x.png").status, 0);
-    EXPECT_NE(pagemoor("snapshot " + holed + " 0 --size 0x100 -o " + m_root + "/x.png").status, 0);
-    EXPECT_NE(pagemoor("search " + holed + " ''").status, 0);
+    EXPECT_NE(PMRunPagemoor("snapshot " + holed + " 3 --size 100x100 -o " + m_root + "/x.png").status, 0);
+    EXPECT_NE(PMRunPagemoor("snapshot " + holed + " 0 --size 0x100 -o " + m_root + "/x.png").status, 0);
+    EXPECT_NE(PMRunPagemoor("search " + holed + " ''").status, 0);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
 
