@@ -1,5 +1,5 @@
 // `pagemoor snapshot` on pages of every size: generated pages whose colours
-// sit at known places.
+// sit at known places, and real books.
 #include "e2e/PMSampleBook.h"
 #include "PMTestPNG.h"
 #include "PMTestProgram.h"
@@ -113,5 +113,44 @@ TEST_F(SnapshotCommand, DeviceScaleDoesNotChangeWhatIsDrawn)
             EXPECT_LE(images[0]->difference(*images[1], x, y), 48) << x << ", " << y;
     }
 }
+
+// A page of one of the real books in the e2e folder, drawn whole.
+struct RealPage {
+    const char* name;
+    const char* book;
+    int index;
+    const char* options;
+    int width;
+    int minimumHeight;
+    int maximumHeight;
+};
+
+class RealBookSnapshot : public SnapshotCommand, public ::testing::WithParamInterface<RealPage> {};
+
+TEST_P(RealBookSnapshot, HasTheExpectedSizeAndIsDrawnThroughout)
+{
+    const RealPage& page = GetParam();
+    std::string png = m_root + "/page.png";
+    PMTestProgramResult result = PMRunPagemoor("snapshot " + std::string(PM_SOURCE_DIR) + "/app/e2e/books/" + page.book + ".epub "
+        + std::to_string(page.index) + " " + page.options + " -o " + png);
+    ASSERT_EQ(result.status, 0) << result.output;
+    auto image = PMTestPNGImageOfFile(png);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->width, page.width);
+    EXPECT_GE(image->height, page.minimumHeight);
+    EXPECT_LE(image->height, page.maximumHeight);
+    // Not blank anywhere: each third of the page has something on it.
+    EXPECT_TRUE(image->opaque());
+    for (int third = 0; third < 3; ++third)
+        EXPECT_GT(image->brightnessDeviation(image->height * third / 3, image->height * (third + 1) / 3), 8.0) << "third " << third;
+}
+
+INSTANTIATE_TEST_SUITE_P(Pages, RealBookSnapshot, ::testing::Values(
+    // Many views long: the whole chapter, not the part on screen.
+    RealPage {"LongReflowableChapter", "georgia-cfi", 1, "--size 600x800", 600, 8000, 200000},
+    // The page declares 600 x 837; covering 300 x 400 takes scale 1/2.
+    RealPage {"FixedLayoutPageHasItsDeclaredAspect", "haruko-html-jpeg", 0, "--size 300x400 --viewport-only", 300, 419, 419},
+    RealPage {"RightToLeftChapter", "regime-anticancer-arabic", 2, "--size 600x800", 600, 800, 200000}),
+    [](const ::testing::TestParamInfo<RealPage>& info) { return std::string(info.param.name); });
 
 } // namespace
