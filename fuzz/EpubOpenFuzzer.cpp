@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     options.limits.maxEntries = 256;
     options.limits.maxTotalBytes = 8 << 20;
     KCError error;
-    if (auto book = PMBook::open(epub.string(), options, error))
+    if (auto book = PMBook::open(epub.string(), options, &error))
         book->resourceInformation();
 
     for (const auto& entry : fs::directory_iterator(sandbox)) {

@@ -6,7 +6,7 @@
 //                                the UI side's loads, and when any other starts)
 //   document load finished    <- "document-loaded"
 //   load finished             <- the page's 'load' event
-//   first layout              <- the first frame drawn once the page's fonts are ready
+//   first layout              <- a forced layout once the page's fonts are ready
 //   resource loads            <- bridge "Resource*" (the UI side sees every load end)
 //   navigation policy         <- decided on the UI side with the plug-in's own rule
 // Book file requests are claimed with the plug-in's protocol and moved to
@@ -97,13 +97,18 @@ void installLoadStageListeners(WebKitWebPage* page)
     jsc_context_set_value(context, kLoadStageFunction, function);
     g_object_unref(function);
     // The first layout is taken once fonts are ready: the load event can come
-    // before a web font has arrived.
+    // before a web font has arrived. Reading a layout value lays the page out
+    // there and then; a frame callback would never come in a view that is
+    // not on screen.
     PMWebKitEvaluateQuietly(context, R"JS(
 (function() {
     var report = __PMWebKitLoadStage;
     function loaded() {
         report('load');
-        document.fonts.ready.then(function() { requestAnimationFrame(function() { report('layout'); }); });
+        document.fonts.ready.then(function() {
+            void document.documentElement.getBoundingClientRect().height;
+            report('layout');
+        });
     }
     if (document.readyState === 'complete')
         loaded();

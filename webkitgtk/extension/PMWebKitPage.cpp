@@ -12,7 +12,13 @@
 
 namespace {
 
-constexpr guint kSnapshotTimeoutMilliseconds = 10000;
+// The UI side draws a view-sized piece at a time, so a long document takes
+// longer: the wait grows with the area asked for.
+guint snapshotTimeoutMilliseconds(const KCRect& rect)
+{
+    const double area = rect.size.width * rect.size.height;
+    return static_cast<guint>(10000 + (area > 0 && area < 1e9 ? area : 0) / 1000);
+}
 
 // Shared between the waiting frame and the reply callback, which may come
 // after the wait gave up.
@@ -72,7 +78,8 @@ std::optional<KCImage> PMWebKitFrame::snapshotOfRect(const KCRect& rect, double 
     // The UI side needs this process to paint, so the wait keeps the main
     // context turning; a time-out keeps a lost reply from hanging the page.
     bool timedOut = false;
-    guint timeout = g_timeout_add(kSnapshotTimeoutMilliseconds, [](gpointer flag) -> gboolean {
+    const guint milliseconds = snapshotTimeoutMilliseconds(rect);
+    guint timeout = g_timeout_add(milliseconds, [](gpointer flag) -> gboolean {
         *static_cast<bool*>(flag) = true;
         return G_SOURCE_REMOVE;
     }, &timedOut);
@@ -81,7 +88,7 @@ std::optional<KCImage> PMWebKitFrame::snapshotOfRect(const KCRect& rect, double 
     if (!timedOut)
         g_source_remove(timeout);
     else
-        KCLog("No snapshot came back within %u ms", kSnapshotTimeoutMilliseconds);
+        KCLog("No snapshot came back within %u ms", milliseconds);
     return wait->done ? imageFromReply(wait->reply) : std::nullopt;
 }
 

@@ -65,12 +65,21 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
     g_signal_connect(m_webView, "load-failed", G_CALLBACK(loadFailed), this);
     g_signal_connect(m_webView, "web-process-terminated", G_CALLBACK(webProcessTerminatedSignal), this);
 
-    // Pages draw (and frame callbacks run) only in a presented window.
     m_window = gtk_window_new();
     g_object_ref_sink(m_window);
-    gtk_window_set_default_size(GTK_WINDOW(m_window), static_cast<int>(configuration.viewSize.width), static_cast<int>(configuration.viewSize.height));
+    const int width = static_cast<int>(configuration.viewSize.width);
+    const int height = static_cast<int>(configuration.viewSize.height);
+    gtk_window_set_default_size(GTK_WINDOW(m_window), width, height);
     gtk_window_set_child(GTK_WINDOW(m_window), GTK_WIDGET(m_webView));
-    gtk_window_present(GTK_WINDOW(m_window));
+    if (configuration.presentWindow) {
+        gtk_window_present(GTK_WINDOW(m_window));
+    } else {
+        // An unmapped window never lays out its child; the page takes its
+        // size from the view's allocation, so the view is given one.
+        gtk_widget_realize(m_window);
+        GtkAllocation allocation {0, 0, width, height};
+        gtk_widget_size_allocate(GTK_WIDGET(m_webView), &allocation, -1);
+    }
 
     m_documentURI = "about:blank";
     m_loadAnnounced = true;

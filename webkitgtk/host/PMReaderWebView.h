@@ -30,6 +30,9 @@ struct PMReaderConfiguration {
     KCDictionary bookInfo;
     std::string extensionDirectory;
     KCSize viewSize {600, 800};
+    // False for views that are never on screen (thumbnails, previews): the
+    // page is laid out and drawn at viewSize all the same.
+    bool presentWindow = true;
     double startTimeoutSeconds = 30;
 };
 

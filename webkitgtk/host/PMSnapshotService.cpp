@@ -3,36 +3,158 @@
 #include "Messages/PMGVariantValue.h"
 #include "Messages/PMWebKitBridgeMessages.h"
 #include "PMSnapshotImage.h"
+#include "Utilities/KCGLibPointer.h"
 #include "Utilities/KCLogger.h"
 
+#include <nlohmann/json.hpp>
 #include <webkit/webkit.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
 
 namespace {
 
-void snapshotTaken(GObject* source, GAsyncResult* result, gpointer data)
+// Scripts run apart from the page's own, which may have replaced scrollTo.
+constexpr const char* kScriptWorld = "pagemoor-snapshot";
+
+struct SnapshotJob {
+    WebKitWebView* view = nullptr;
+    WebKitUserMessage* message = nullptr;
+    KCRect rect;
+    double scale = 0;
+    std::optional<KCImage> image;
+    std::optional<KCPoint> savedScroll;  // known once the page was measured
+    KCSize visible;  // the page's visible size, in document points
+    KCPoint band;    // the origin of the piece being drawn
+    KCPoint scroll;  // where the page stands for it
+
+    ~SnapshotJob()
+    {
+        g_object_unref(message);
+        g_object_unref(view);
+    }
+};
+
+void drawNextBand(std::unique_ptr<SnapshotJob> job);
+
+std::string scrollScript(const KCPoint& point)
 {
-    auto* message = static_cast<WebKitUserMessage*>(data);
+    return "scrollTo({left: " + std::to_string(point.x) + ", top: " + std::to_string(point.y) + ", behavior: 'instant'});";
+}
+
+void finish(std::unique_ptr<SnapshotJob> job)
+{
+    if (job->savedScroll)
+        webkit_web_view_evaluate_javascript(job->view, scrollScript(*job->savedScroll).c_str(), -1, kScriptWorld, nullptr, nullptr, nullptr, nullptr);
+    KCValue body = PMSnapshotReplyBody(std::move(job->image));
+    webkit_user_message_send_reply(job->message, webkit_user_message_new(PMBridgeMessageSnapshot, body.isNull() ? nullptr : PMGVariantFromKCValue(body)));
+}
+
+// Runs a script in the page whose completion value is a JSON array of
+// numbers and hands them on; nothing when it failed.
+void evaluateNumbers(std::unique_ptr<SnapshotJob> job, const std::string& script,
+    void (*then)(std::unique_ptr<SnapshotJob>, std::optional<std::vector<double>>))
+{
+    struct Call {
+        std::unique_ptr<SnapshotJob> job;
+        void (*then)(std::unique_ptr<SnapshotJob>, std::optional<std::vector<double>>);
+    };
+    WebKitWebView* view = job->view;
+    webkit_web_view_evaluate_javascript(view, script.c_str(), -1, kScriptWorld, nullptr, nullptr, [](GObject* source, GAsyncResult* result, gpointer data) {
+        std::unique_ptr<Call> call(static_cast<Call*>(data));
+        GError* error = nullptr;
+        JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error);
+        std::optional<std::vector<double>> numbers;
+        if (value) {
+            KCGCharPointer text(jsc_value_to_string(value));
+            auto json = nlohmann::json::parse(text ? text.get() : "", nullptr, false);
+            if (json.is_array() && std::all_of(json.begin(), json.end(), [](const auto& item) { return item.is_number(); }))
+                numbers = json.get<std::vector<double>>();
+            g_object_unref(value);
+        } else {
+            KCLog("The snapshot's script failed: %s", error ? error->message : "");
+            g_clear_error(&error);
+        }
+        call->then(std::move(call->job), std::move(numbers));
+    }, new Call {std::move(job), then});
+}
+
+void bandTaken(GObject* source, GAsyncResult* result, gpointer data)
+{
+    std::unique_ptr<SnapshotJob> job(static_cast<SnapshotJob*>(data));
     GError* error = nullptr;
     GdkTexture* texture = webkit_web_view_get_snapshot_finish(WEBKIT_WEB_VIEW(source), result, &error);
-    KCValue request = PMKCValueFromGVariant(webkit_user_message_get_parameters(message));
-    KCRect rect {{request["x"].doubleValue().value_or(0), request["y"].doubleValue().value_or(0)},
-        {request["width"].doubleValue().value_or(0), request["height"].doubleValue().value_or(0)}};
-    std::optional<KCImage> image;
-    if (texture) {
-        image = PMImageFromTexture(texture, rect, request["scale"].doubleValue().value_or(0));
-        g_object_unref(texture);
-    } else {
+    if (!texture) {
         KCLog("The engine made no snapshot: %s", error ? error->message : "");
         g_clear_error(&error);
+        job->image.reset();
+        finish(std::move(job));
+        return;
     }
-    KCValue body = PMSnapshotReplyBody(image);
-    webkit_user_message_send_reply(message, webkit_user_message_new(PMBridgeMessageSnapshot, body.isNull() ? nullptr : PMGVariantFromKCValue(body)));
-    g_object_unref(message);
+    PMDrawSnapshotTexture(*job->image, job->rect, job->scale, texture, {job->scroll, job->visible}, {job->band, job->visible});
+    g_object_unref(texture);
+    // Left to right, then top to bottom.
+    job->band.x += job->visible.width;
+    if (job->band.x >= job->rect.origin.x + job->rect.size.width) {
+        job->band.x = job->rect.origin.x;
+        job->band.y += job->visible.height;
+    }
+    if (job->band.y >= job->rect.origin.y + job->rect.size.height)
+        finish(std::move(job));
+    else
+        drawNextBand(std::move(job));
+}
+
+void scrolledToBand(std::unique_ptr<SnapshotJob> job, std::optional<std::vector<double>> position)
+{
+    if (!position || position->size() != 2) {
+        job->image.reset();
+        finish(std::move(job));
+        return;
+    }
+    // The page stops at its end, so the last band may stand higher than asked.
+    job->scroll = {(*position)[0], (*position)[1]};
+    WebKitWebView* view = job->view;
+    webkit_web_view_get_snapshot(view, WEBKIT_SNAPSHOT_REGION_VISIBLE, WEBKIT_SNAPSHOT_OPTIONS_NONE, nullptr, bandTaken, job.release());
+}
+
+void drawNextBand(std::unique_ptr<SnapshotJob> job)
+{
+    std::string script = scrollScript(job->band) + " JSON.stringify([scrollX, scrollY])";
+    evaluateNumbers(std::move(job), script, scrolledToBand);
+}
+
+void measured(std::unique_ptr<SnapshotJob> job, std::optional<std::vector<double>> numbers)
+{
+    if (!numbers || numbers->size() != 4 || !((*numbers)[2] > 0 && (*numbers)[3] > 0)) {
+        KCLog("The page has no visible area to draw");
+        job->image.reset();
+        finish(std::move(job));
+        return;
+    }
+    job->savedScroll = {(*numbers)[0], (*numbers)[1]};
+    job->visible = {(*numbers)[2], (*numbers)[3]};
+    job->band = job->rect.origin;
+    drawNextBand(std::move(job));
 }
 
 } // namespace
 
 void PMAnswerSnapshotRequest(WebKitWebView* view, WebKitUserMessage* request)
 {
-    webkit_web_view_get_snapshot(view, WEBKIT_SNAPSHOT_REGION_FULL_DOCUMENT, WEBKIT_SNAPSHOT_OPTIONS_NONE, nullptr, snapshotTaken, g_object_ref(request));
+    auto job = std::make_unique<SnapshotJob>();
+    job->view = WEBKIT_WEB_VIEW(g_object_ref(view));
+    job->message = WEBKIT_USER_MESSAGE(g_object_ref(request));
+    KCValue body = PMKCValueFromGVariant(webkit_user_message_get_parameters(request));
+    job->rect = {{body["x"].doubleValue().value_or(0), body["y"].doubleValue().value_or(0)},
+        {body["width"].doubleValue().value_or(0), body["height"].doubleValue().value_or(0)}};
+    job->scale = body["scale"].doubleValue().value_or(0);
+    job->image = PMSnapshotCanvas(job->rect, job->scale);
+    if (!job->image) {
+        finish(std::move(job));
+        return;
+    }
+    // The visible region leaves out scroll bars; so does clientWidth.
+    evaluateNumbers(std::move(job), "var e = document.scrollingElement || document.documentElement; JSON.stringify([scrollX, scrollY, e.clientWidth, e.clientHeight])", measured);
 }

@@ -10,6 +10,7 @@
 #include "PMTestPNG.h"
 
 #include <gtest/gtest.h>
+#include <gtk/gtk.h>
 #include <webkit/webkit.h>
 
 #include <filesystem>
@@ -55,7 +56,8 @@ protected:
     }
 
     // Writes and opens the book and starts a view on it.
-    void open(PMSampleBookOptions options, KCDictionary bookInfo = {{"title", u"Harrow"}, {"chapters", 3}}, bool paginationMode = false)
+    void open(PMSampleBookOptions options, KCDictionary bookInfo = {{"title", u"Harrow"}, {"chapters", 3}}, bool paginationMode = false,
+        bool presentWindow = true)
     {
         std::string epub = m_root + "/book.epub";
         ASSERT_FALSE(PMWriteSampleBook(options, epub).has_value());
@@ -69,6 +71,7 @@ protected:
         configuration.book = {m_book->contentsPath(), m_book->resourceInformation(), paginationMode};
         configuration.bookInfo = std::move(bookInfo);
         configuration.extensionDirectory = PMWebExtensionDirectory();
+        configuration.presentWindow = presentWindow;
         m_view = PMReaderWebView::create(configuration, &error);
         ASSERT_TRUE(m_view) << error.message;
         m_view->setMessageHandler([this](const std::string& name, const KCValue& body) { m_messages.push_back({name, body}); });
@@ -337,6 +340,28 @@ TEST_F(EndToEnd, ViewportSnapshotAndNavigationPolicy)
     m_view->runUntil([&] { return !followed.empty(); }, 5);
     EXPECT_EQ(followed, "mailto:reader@example.org");
     EXPECT_EQ(m_view->evaluateScript("location.href", 5), chapterURI(0));
+}
+
+TEST_F(EndToEnd, ViewNeverOnScreenLaysOutAndSnapshots)
+{
+    // Red over blue, each half of the 600 x 800 view.
+    open(bookWith({{"Hidden", "<div style=\"height: 400px; background: #d02020\"></div><div style=\"height: 400px; background: #2040d0\"></div>",
+        "<style>html, body { margin: 0 !important; padding: 0 !important; }</style>"}}), {{"title", u"Harrow"}}, false, false);
+    EXPECT_FALSE(gtk_widget_get_mapped(GTK_WIDGET(m_view->webView())));
+    auto snapshot = run({{"task", 4}, {"PMEpubWebProcessPlugInMessageSnapshotSize", u"{300, 400}"}}, 0, "PMEpubWebProcessPlugInMessageSnapshotTask");
+    ASSERT_TRUE(snapshot);
+    EXPECT_EQ(m_view->evaluateScript("innerWidth + 'x' + innerHeight", 5), "600x800");
+    const KCValue* png = snapshot->find("PMEpubWebProcessPlugInMessageSnapshotData");
+    ASSERT_TRUE(png && png->data());
+    auto image = PMTestPNGImageOfData(*png->data());
+    ASSERT_TRUE(image);
+    ASSERT_EQ(image->width, 300);
+    ASSERT_EQ(image->height, 400);
+    EXPECT_TRUE(image->opaque());
+    for (int x : {2, 150, 297}) {
+        EXPECT_EQ(image->at(x, 100), (std::array<int, 3> {208, 32, 32})) << x;
+        EXPECT_EQ(image->at(x, 300), (std::array<int, 3> {32, 64, 208})) << x;
+    }
 }
 
 TEST_F(EndToEnd, PageScriptsMeetTheBridge)

@@ -1,71 +1,15 @@
 // The engine commands of the pagemoor program, run as a person runs them.
 #include "e2e/PMSampleBook.h"
 #include "PMTestPNG.h"
+#include "PMTestProgram.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <unistd.h>
-#include <sys/wait.h>
 
 namespace {
 
-struct Result {
-    int status = -1;
-    std::string output;
-    std::string errors;
-};
-
-// Runs the program with `environment` (words for env(1)) in front.
-Result pagemoor(const std::string& arguments, const std::string& environment = "")
-{
-    Result result;
-    char errorsPath[] = "/tmp/pagemoor-errors-XXXXXX";
-    int errorsFile = mkstemp(errorsPath);
-    if (errorsFile < 0)
-        return result;
-    close(errorsFile);
-    std::string command = (environment.empty() ? "" : "env " + environment + " ") + PAGEMOOR_EXECUTABLE + " " + arguments + " 2>" + errorsPath;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe) {
-        std::array<char, 4096> buffer {};
-        size_t read;
-        while ((read = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-            result.output.append(buffer.data(), read);
-        int status = pclose(pipe);
-        result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-    std::ifstream errors(errorsPath);
-    result.errors.assign(std::istreambuf_iterator<char>(errors), std::istreambuf_iterator<char>());
-    unlink(errorsPath);
-    return result;
-}
-
-class EngineCommands : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/pagemoor-commands-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_root = pattern;
-        setenv("PAGEMOOR_CACHE_DIR", (m_root + "/cache").c_str(), 1);
-    }
-    void TearDown() override { std::filesystem::remove_all(m_root); }
-
-    std::string write(PMSampleBookOptions options, const std::string& name = "book.epub")
-    {
-        std::string path = m_root + "/" + name;
-        EXPECT_FALSE(PMWriteSampleBook(options, path).has_value());
-        return path;
-    }
-
-    std::string m_root;
-};
+using EngineCommands = PMProgramTest;
 
 TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
 {
@@ -73,12 +17,12 @@ TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
     options.chapters = PMGeneratedChapters(6, 2);
     std::string book = write(options);
 
-    Result index = pagemoor("index " + book + " -o " + m_root + "/library --json");
+    PMTestProgramResult index = PMRunPagemoor("index " + book + " -o " + m_root + "/library --json");
     ASSERT_EQ(index.status, 0) << index.output;
     EXPECT_EQ(nlohmann::json::parse(index.output)["documents"], 6);
 
     // The marker of k = 1 is only in chapters 0, 3 (index % 3 == 0).
-    Result search = pagemoor("search " + book + " " + PMGeneratedMarker(1) + " --library " + m_root + "/library --json");
+    PMTestProgramResult search = PMRunPagemoor("search " + book + " " + PMGeneratedMarker(1) + " --library " + m_root + "/library --json");
     ASSERT_EQ(search.status, 0) << search.output;
     auto json = nlohmann::json::parse(search.output);
     ASSERT_EQ(json["contexts"].size(), 2u);
@@ -91,7 +35,7 @@ TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
     EXPECT_GE(json["documentsSkipped"].get<int>(), 3);
 
     std::string png = m_root + "/page.png";
-    Result snapshot = pagemoor("snapshot " + book + " 2 --size 200x300 -o " + png);
+    PMTestProgramResult snapshot = PMRunPagemoor("snapshot " + book + " 2 --size 200x300 -o " + png);
     ASSERT_EQ(snapshot.status, 0) << snapshot.output;
     // The page is drawn to cover the requested size.
     auto size = PMTestPNGSizeOfFile(png);
@@ -106,25 +50,25 @@ TEST_F(EngineCommands, QuietUnlessTheLogIsAskedFor)
     PMSampleBookOptions options;
     options.chapters = PMSampleBookChapters();
     std::string book = write(options);
-    auto expectNoNoise = [](const Result& result) {
+    auto expectNoNoise = [](const PMTestProgramResult& result) {
         for (const char* noise : {"JavaScript exception", "session bus", "a11y"})
             EXPECT_EQ(result.errors.find(noise), std::string::npos) << result.errors;
     };
 
-    Result demo = pagemoor("demo -o " + m_root + "/demo.png");
+    PMTestProgramResult demo = PMRunPagemoor("demo -o " + m_root + "/demo.png");
     ASSERT_EQ(demo.status, 0) << demo.errors;
     EXPECT_NE(demo.output.find("snapshot written to"), std::string::npos) << demo.output;
     EXPECT_EQ(demo.errors, "");
-    Result search = pagemoor("search " + book + " lantern --all");
+    PMTestProgramResult search = PMRunPagemoor("search " + book + " lantern --all");
     ASSERT_EQ(search.status, 0) << search.errors;
     EXPECT_EQ(search.errors, "");
 
     // The logger's lines carry the program's name and process id.
-    Result index = pagemoor("index " + book + " -o " + m_root + "/library --verbose");
+    PMTestProgramResult index = PMRunPagemoor("index " + book + " -o " + m_root + "/library --verbose");
     ASSERT_EQ(index.status, 0) << index.errors;
     expectNoNoise(index);
     EXPECT_NE(index.errors.find(" pagemoor["), std::string::npos) << index.errors;
-    Result filtered = pagemoor("search " + book + " lantern --library " + m_root + "/library", "KCLogFilter=XOR");
+    PMTestProgramResult filtered = PMRunPagemoor("search " + book + " lantern --library " + m_root + "/library", "KCLogFilter=XOR");
     ASSERT_EQ(filtered.status, 0) << filtered.errors;
     expectNoNoise(filtered);
     EXPECT_NE(filtered.errors.find("XOR"), std::string::npos) << filtered.errors;
@@ -138,10 +82,10 @@ TEST_F(EngineCommands, BadArgumentsFailBeforeTheEngineStarts)
     std::string book = write(options);
     // No display and no xvfb-run: only a check made before the engine starts can answer.
     const std::string noDisplay = "-u DISPLAY -u WAYLAND_DISPLAY -u PAGEMOOR_UNDER_XVFB PATH=/nonexistent";
-    Result pastTheEnd = pagemoor("snapshot " + book + " 3 --size 100x100 -o " + m_root + "/x.png", noDisplay);
+    PMTestProgramResult pastTheEnd = PMRunPagemoor("snapshot " + book + " 3 --size 100x100 -o " + m_root + "/x.png", noDisplay);
     EXPECT_NE(pastTheEnd.status, 0);
     EXPECT_EQ(pastTheEnd.errors, "pagemoor: there is no spine document 3 (the book has 3)\n");
-    Result badSize = pagemoor("snapshot " + book + " 0 --size 100xmany -o " + m_root + "/x.png", noDisplay);
+    PMTestProgramResult badSize = PMRunPagemoor("snapshot " + book + " 0 --size 100xmany -o " + m_root + "/x.png", noDisplay);
     EXPECT_NE(badSize.status, 0);
     EXPECT_EQ(badSize.errors, "pagemoor: --size must be WIDTHxHEIGHT, each from 1 to 8192\n");
 }
@@ -157,15 +101,15 @@ TEST_F(EngineCommands, BadInputEndsWithAFailure)
     options.missingChapters = {"gone.xhtml"};
     std::string holed = write(options, "holed.epub");
 
-    EXPECT_NE(pagemoor("index " + notABook).status, 0);
-    Result missing = pagemoor("search " + holed + " lantern --all");
+    EXPECT_NE(PMRunPagemoor("index " + notABook).status, 0);
+    PMTestProgramResult missing = PMRunPagemoor("search " + holed + " lantern --all");
     EXPECT_NE(missing.status, 0);
     EXPECT_NE(missing.errors.find("gone.xhtml"), std::string::npos) << missing.errors;
-    Result missingPage = pagemoor("snapshot " + holed + " 3 --size 100x100 -o " + m_root + "/x.png");
+    PMTestProgramResult missingPage = PMRunPagemoor("snapshot " + holed + " 3 --size 100x100 -o " + m_root + "/x.png");
     EXPECT_NE(missingPage.status, 0);
     EXPECT_NE(missingPage.errors.find("gone.xhtml"), std::string::npos) << missingPage.errors;
-    EXPECT_NE(pagemoor("snapshot " + holed + " 0 --size 0x100 -o " + m_root + "/x.png").status, 0);
-    EXPECT_NE(pagemoor("search " + holed + " ''").status, 0);
+    EXPECT_NE(PMRunPagemoor("snapshot " + holed + " 0 --size 0x100 -o " + m_root + "/x.png").status, 0);
+    EXPECT_NE(PMRunPagemoor("search " + holed + " ''").status, 0);
 }
 
 } // namespace

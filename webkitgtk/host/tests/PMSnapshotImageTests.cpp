@@ -4,16 +4,19 @@
 #include <gtk/gtk.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstring>
+
 namespace {
 
-// A texture whose left half is red and right half blue, in GDK's default
-// memory layout (cairo's ARGB32).
-GdkTexture* halves(int width, int height)
+// A texture whose left half is `left` and right half `right`, in GDK's
+// default memory layout (cairo's ARGB32).
+GdkTexture* halves(int width, int height, uint32_t left = 0xFFFF0000u, uint32_t right = 0xFF0000FFu)
 {
     std::vector<uint32_t> pixels(static_cast<size_t>(width) * height);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x)
-            pixels[static_cast<size_t>(y) * width + x] = x < width / 2 ? 0xFFFF0000u : 0xFF0000FFu;
+            pixels[static_cast<size_t>(y) * width + x] = x < width / 2 ? left : right;
     }
     GBytes* bytes = g_bytes_new(pixels.data(), pixels.size() * 4);
     GdkTexture* texture = gdk_memory_texture_new(width, height, GDK_MEMORY_DEFAULT, bytes, static_cast<gsize>(width) * 4);
@@ -28,11 +31,20 @@ uint32_t pixel(const KCImage& image, int x, int y)
     return value;
 }
 
-TEST(PMSnapshotImage, CropsTheDocumentRectangleAndScalesIt)
+// The rectangle drawn from one texture that shows the whole 40 x 20 document.
+std::optional<KCImage> drawn(GdkTexture* texture, const KCRect& rect, double scale)
+{
+    auto image = PMSnapshotCanvas(rect, scale);
+    if (image)
+        PMDrawSnapshotTexture(*image, rect, scale, texture, {{0, 0}, {40, 20}}, rect);
+    return image;
+}
+
+TEST(PMSnapshotImage, CropsTheDocumentRectangleAndScalesItAtAnyDeviceScale)
 {
     GdkTexture* texture = halves(40, 20);
     // The right half, doubled.
-    auto image = PMImageFromTexture(texture, KCRect {{20, 0}, {20, 20}}, 2.0);
+    auto image = drawn(texture, {{20, 0}, {20, 20}}, 2.0);
     ASSERT_TRUE(image);
     EXPECT_EQ(image->width, 40);
     EXPECT_EQ(image->height, 40);
@@ -42,29 +54,77 @@ TEST(PMSnapshotImage, CropsTheDocumentRectangleAndScalesIt)
     EXPECT_EQ(pixel(*image, 39, 39), 0xFF0000FFu);
 
     // Halved: the whole texture in 20 x 10, red then blue.
-    image = PMImageFromTexture(texture, KCRect {{0, 0}, {40, 20}}, 0.5);
+    image = drawn(texture, {{0, 0}, {40, 20}}, 0.5);
     ASSERT_TRUE(image);
     EXPECT_EQ(image->width, 20);
     EXPECT_EQ(image->height, 10);
     EXPECT_EQ(pixel(*image, 2, 5), 0xFFFF0000u);
     EXPECT_EQ(pixel(*image, 17, 5), 0xFF0000FFu);
 
+    // The same document drawn at device scale 2: a 15 x 20 rectangle across
+    // the middle shows both colours, split where the document splits.
+    GdkTexture* doubled = halves(80, 40);
+    auto once = drawn(texture, {{12, 0}, {15, 20}}, 1);
+    auto twice = drawn(doubled, {{12, 0}, {15, 20}}, 1);
+    ASSERT_TRUE(once && twice);
+    EXPECT_EQ(twice->width, 15);
+    for (int x : {0, 6, 9, 14}) {
+        EXPECT_EQ(pixel(*twice, x, 10), pixel(*once, x, 10)) << x;
+        EXPECT_EQ(pixel(*twice, x, 10), x < 8 ? 0xFFFF0000u : 0xFF0000FFu) << x;
+    }
+
     KCValue reply = PMSnapshotReplyBody(image);
     EXPECT_EQ(reply["width"].uint64Value(), 20u);
     EXPECT_EQ(reply["pixels"].data()->size(), image->bytesPerRow * 10);
+    g_object_unref(doubled);
     g_object_unref(texture);
+}
+
+TEST(PMSnapshotImage, BandsFromSeveralTexturesMeetWithoutSeams)
+{
+    // A 10 x 25 document drawn from three 10 x 10 views at device scale 2;
+    // the last view stands at the document's end, overlapping the second.
+    GdkTexture* top = halves(20, 20, 0xFFFF0000u, 0xFFFF0000u);
+    GdkTexture* middle = halves(20, 20, 0xFF00FF00u, 0xFF00FF00u);
+    GdkTexture* bottom = halves(20, 20, 0xFF0000FFu, 0xFF0000FFu);
+    const KCRect rect {{0, 0}, {10, 25}};
+    for (double scale : {1.0, 0.7}) {
+        auto image = PMSnapshotCanvas(rect, scale);
+        ASSERT_TRUE(image);
+        PMDrawSnapshotTexture(*image, rect, scale, top, {{0, 0}, {10, 10}}, {{0, 0}, {10, 10}});
+        PMDrawSnapshotTexture(*image, rect, scale, middle, {{0, 10}, {10, 10}}, {{0, 10}, {10, 10}});
+        PMDrawSnapshotTexture(*image, rect, scale, bottom, {{0, 15}, {10, 10}}, {{0, 20}, {10, 10}});
+        // Every row is drawn, each from the view that owns it.
+        for (int y = 0; y < image->height; ++y) {
+            double document = (y + 0.5) / scale;
+            uint32_t expected = document < 10 ? 0xFFFF0000u : document < 20 ? 0xFF00FF00u : 0xFF0000FFu;
+            if (std::abs(document - 10) > 1 / scale && std::abs(document - 20) > 1 / scale) {
+                EXPECT_EQ(pixel(*image, 5, y), expected) << scale << " row " << y;
+            }
+            EXPECT_EQ(pixel(*image, 5, y) >> 24, 0xFFu) << scale << " row " << y;
+        }
+    }
+    g_object_unref(top);
+    g_object_unref(middle);
+    g_object_unref(bottom);
 }
 
 TEST(PMSnapshotImage, RefusesWhatCannotBeDrawn)
 {
-    GdkTexture* texture = halves(8, 8);
-    EXPECT_FALSE(PMImageFromTexture(nullptr, KCRect {{0, 0}, {8, 8}}, 1));
-    EXPECT_FALSE(PMImageFromTexture(texture, KCRect {{0, 0}, {8, 8}}, 0));
-    EXPECT_FALSE(PMImageFromTexture(texture, KCRect {{0, 0}, {8, 8}}, std::nan("")));
-    EXPECT_FALSE(PMImageFromTexture(texture, KCRect {{0, 0}, {0, 8}}, 1));
-    EXPECT_FALSE(PMImageFromTexture(texture, KCRect {{0, 0}, {1e9, 8}}, 1));
+    EXPECT_FALSE(PMSnapshotCanvas({{0, 0}, {8, 8}}, 0));
+    EXPECT_FALSE(PMSnapshotCanvas({{0, 0}, {8, 8}}, std::nan("")));
+    EXPECT_FALSE(PMSnapshotCanvas({{0, 0}, {0, 8}}, 1));
+    EXPECT_FALSE(PMSnapshotCanvas({{0, 0}, {1e9, 8}}, 1));
+    // Tall is fine up to the pixel bound, past cairo's own height limit.
+    EXPECT_TRUE(PMSnapshotCanvas({{0, 0}, {100, 40000}}, 1));
+    EXPECT_FALSE(PMSnapshotCanvas({{0, 0}, {600, 1e6}}, 1));
     EXPECT_TRUE(PMSnapshotReplyBody(std::nullopt).isNull());
-    g_object_unref(texture);
+
+    // A texture without pixels leaves the image as it was.
+    auto image = PMSnapshotCanvas({{0, 0}, {4, 4}}, 1);
+    ASSERT_TRUE(image);
+    PMDrawSnapshotTexture(*image, {{0, 0}, {4, 4}}, 1, nullptr, {{0, 0}, {4, 4}}, {{0, 0}, {4, 4}});
+    EXPECT_EQ(pixel(*image, 1, 1), 0u);
 }
 
 TEST(PMBookScheme, BookURIsMapBackToFileURIs)
