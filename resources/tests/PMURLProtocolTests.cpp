@@ -1,5 +1,6 @@
 #include "resources/PMURLProtocol.h"
 
+#include "Utilities/tests/KCTestFiles.h"
 #include "testing/PMLogCapture.h"
 #include "testing/PMRecordingMessageConnection.h"
 #include "testing/PMRecordingURLProtocolClient.h"
@@ -7,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -18,8 +18,6 @@ class PMURLProtocolTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        m_root = fs::path(testing::TempDir()) / ("pm-protocol-" + std::to_string(::getpid()));
-        fs::remove_all(m_root);
         fs::create_directories(m_root / "b" / "text");
         fs::create_directories(m_root / "bx");
         m_contents = (m_root / "b").string();
@@ -39,13 +37,9 @@ protected:
         PMURLProtocol::setBookResourceData(std::nullopt);
         PMURLProtocol::setConnection(nullptr);
         PMURLProtocol::unregisterPMURLProtocol();
-        fs::remove_all(m_root);
     }
 
-    void write(const std::string& relative, const std::string& bytes)
-    {
-        std::ofstream(m_root / relative, std::ios::binary) << bytes;
-    }
+    void write(const std::string& relative, const std::string& bytes) { KCWriteTestFile(m_scratch.file(relative), bytes); }
     PMURLRequest request(const std::string& relative) const
     {
         return PMURLRequest(KCURL::fileURLWithPath((m_root / relative).string()));
@@ -61,7 +55,8 @@ protected:
         return data ? std::string(data->begin(), data->end()) : "<none>";
     }
 
-    fs::path m_root;
+    KCScratchDirectory m_scratch;
+    fs::path m_root = m_scratch.path();
     std::string m_contents;
     std::shared_ptr<PMRecordingMessageConnection> m_connection;
 };

@@ -2,34 +2,7 @@
 // A scratch directory and a small object model for the store tests.
 #include "Database/KCManagedObjectModel.h"
 #include "Database/KCPersistentStoreCoordinator.h"
-#include "Utilities/KCURL.h"
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-#include <unistd.h>
-
-class KCScratchDirectory {
-public:
-    KCScratchDirectory()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kcstore-XXXXXX").string();
-        m_path = mkdtemp(pattern.data());
-    }
-    ~KCScratchDirectory() { std::filesystem::remove_all(m_path); }
-    std::string file(const std::string& name) const { return (m_path / name).string(); }
-    KCURL url(const std::string& name) const { return *KCURL::fileURLWithPath(file(name)); }
-
-private:
-    std::filesystem::path m_path;
-};
-
-inline std::string KCReadFileBytes(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
+#include "Utilities/tests/KCTestFiles.h"
 
 // Version 2 of the test model; version 1 lacked "rating" and "extra".
 inline std::string KCTestModelJSON(int version = 2)

@@ -23,7 +23,15 @@ ObjectPtr insertItem(KCManagedObjectContext& context, const char16_t* title, int
     return item;
 }
 
-TEST(KCStore, ValuesSurviveCloseAndReopen)
+// A store at version 2, open, with one context.
+class KCStore : public testing::Test {
+protected:
+    KCScratchDirectory directory;
+    std::shared_ptr<KCPersistentStoreCoordinator> coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
+    KCManagedObjectContext context {coordinator};
+};
+
+TEST(KCStoreFiles, ValuesSurviveCloseAndReopen)
 {
     KCScratchDirectory directory;
     KCDictionary payload {{"list", KCArray {KCValue(1), KCValue(u"two")}}, {"bytes", KCData {0, 255}}, {"at", KCDate {5.25}}};
@@ -59,11 +67,8 @@ TEST(KCStore, ValuesSurviveCloseAndReopen)
     EXPECT_TRUE(items[0]->valueForKey("nosuchkey").isNull());
 }
 
-TEST(KCStore, FetchesSeeUnsavedChangesSortedAndLimited)
+TEST_F(KCStore, FetchesSeeUnsavedChangesSortedAndLimited)
 {
-    KCScratchDirectory directory;
-    auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
-    KCManagedObjectContext context(coordinator);
     for (int i = 1; i <= 5; ++i)
         insertItem(context, u"saved", i * 10);
     ASSERT_TRUE(context.save());
@@ -93,13 +98,10 @@ TEST(KCStore, FetchesSeeUnsavedChangesSortedAndLimited)
     EXPECT_EQ(sortKeys(fetchAll(fresh, titled, "sortKey", 1)), (std::vector<int64_t> {5}));
 }
 
-TEST(KCStore, ChangedPropertiesWinOverStoredOnesWhenContextsCollide)
+TEST_F(KCStore, ChangedPropertiesWinOverStoredOnesWhenContextsCollide)
 {
-    KCScratchDirectory directory;
-    auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
-    KCManagedObjectContext writer(coordinator);
-    insertItem(writer, u"first", 1);
-    ASSERT_TRUE(writer.save());
+    insertItem(context, u"first", 1);
+    ASSERT_TRUE(context.save());
 
     KCManagedObjectContext a(coordinator), b(coordinator);
     auto inA = fetchAll(a)[0];
@@ -131,11 +133,8 @@ TEST(KCStore, ChangedPropertiesWinOverStoredOnesWhenContextsCollide)
     EXPECT_FALSE(later.existingObjectWithID(inA->objectID()));
 }
 
-TEST(KCStore, NotificationsFaultingAndDifferentValues)
+TEST_F(KCStore, NotificationsFaultingAndDifferentValues)
 {
-    KCScratchDirectory directory;
-    auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
-    KCManagedObjectContext context(coordinator);
     auto item = insertItem(context, u"t", 1);
     ASSERT_TRUE(context.save());
 
@@ -163,11 +162,8 @@ TEST(KCStore, NotificationsFaultingAndDifferentValues)
     EXPECT_EQ(elsewhere->valueForKey("title"), KCValue(u"v"));
 }
 
-TEST(KCStore, ContextRefusesOtherThreads)
+TEST_F(KCStore, ContextRefusesOtherThreads)
 {
-    KCScratchDirectory directory;
-    auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
-    KCManagedObjectContext context(coordinator);
     auto item = insertItem(context, u"mine", 1);
     std::thread([&] {
         KCError error;
@@ -181,11 +177,8 @@ TEST(KCStore, ContextRefusesOtherThreads)
     EXPECT_TRUE(context.save());
 }
 
-TEST(KCStore, DictionaryResultsGroupAndAggregate)
+TEST_F(KCStore, DictionaryResultsGroupAndAggregate)
 {
-    KCScratchDirectory directory;
-    auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
-    KCManagedObjectContext context(coordinator);
     const std::pair<const char16_t*, double> rows[] = {{u"b", 3}, {u"a", 1}, {u"b", 9}, {u"a", 4}, {u"b", 9}};
     for (const auto& [title, when] : rows)
         insertItem(context, title, 0)->setValue(KCValue(KCDate {when}), "when");
@@ -208,7 +201,7 @@ TEST(KCStore, DictionaryResultsGroupAndAggregate)
     EXPECT_EQ(error.code, KCStoreErrorUnknownKey);
 }
 
-TEST(KCStore, OlderStoresMigrateKeepingRows)
+TEST(KCStoreFiles, OlderStoresMigrateKeepingRows)
 {
     KCScratchDirectory directory;
     {
@@ -237,7 +230,7 @@ TEST(KCStore, OlderStoresMigrateKeepingRows)
     EXPECT_TRUE(context.save());
 }
 
-TEST(KCStore, NewerAndForeignFilesAreRefusedUntouched)
+TEST(KCStoreFiles, NewerAndForeignFilesAreRefusedUntouched)
 {
     KCScratchDirectory directory;
     {
@@ -256,11 +249,11 @@ TEST(KCStore, NewerAndForeignFilesAreRefusedUntouched)
     const std::pair<const char*, KCStoreErrorCode> files[] = {
         {"Newer.sqlite", KCStoreErrorIncompatibleVersion}, {"Text.sqlite", KCStoreErrorNotAStore}, {"Other.sqlite", KCStoreErrorNotAStore}};
     for (const auto& [name, code] : files) {
-        std::string before = KCReadFileBytes(directory.file(name));
+        std::string before = KCReadTestFile(directory.file(name));
         KCError error;
         EXPECT_FALSE(KCOpenTestStore(directory.url(name), 2, &error)) << name;
         EXPECT_EQ(error.code, code) << name;
-        EXPECT_EQ(KCReadFileBytes(directory.file(name)), before) << name;
+        EXPECT_EQ(KCReadTestFile(directory.file(name)), before) << name;
     }
 }
 

@@ -2,13 +2,11 @@
 #include "Search/KCSearchRange.h"
 #include "Search/KCTextFolder.h"
 #include "Utilities/KCStringConversion.h"
+#include "Utilities/tests/KCTestFiles.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <thread>
 
 namespace {
@@ -90,10 +88,7 @@ std::vector<std::u16string> licenceTexts()
     std::vector<std::u16string> texts;
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator("/usr/share/common-licenses", error)) {
-        std::ifstream file(entry.path());
-        std::stringstream contents;
-        contents << file.rdbuf();
-        texts.push_back(KCUTF16FromUTF8(contents.str()));
+        texts.push_back(KCUTF16FromUTF8(KCReadTestFile(entry.path())));
     }
     return texts;
 }

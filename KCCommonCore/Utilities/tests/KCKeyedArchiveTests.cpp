@@ -5,10 +5,9 @@
 #include <gtest/gtest.h>
 #include <plist/plist.h>
 
-#include <cstdio>
-#include <fstream>
 #include <functional>
 #include <thread>
+#include <tuple>
 
 namespace {
 
@@ -76,6 +75,8 @@ protected:
         return sample;
     }
 
+    static auto scalars(const Sample& sample) { return std::tuple(sample.bytes, sample.count, sample.ratio, sample.flag); }
+
     static KCData serialised(plist_t node)
     {
         char* bytes = nullptr;
@@ -142,19 +143,13 @@ TEST_F(KCKeyedArchiveTest, NestedObjectsRoundTripWithEveryField)
     ASSERT_TRUE(decoded);
     auto sample = decoded->objectAs<Sample>();
     ASSERT_TRUE(sample);
-    EXPECT_EQ(sample->bytes, outer->bytes);
-    EXPECT_EQ(sample->count, INT64_MAX);
-    EXPECT_EQ(sample->ratio, 0.25);
-    EXPECT_TRUE(sample->flag);
+    EXPECT_EQ(scalars(*sample), scalars(*outer));
     ASSERT_TRUE(sample->child.array());
     ASSERT_EQ(sample->child.array()->size(), 2u);
     EXPECT_EQ((*sample->child.array())[1], KCValue(u"\U00010348 gothic"));
     auto decodedInner = (*sample->child.array())[0].objectAs<Sample>();
     ASSERT_TRUE(decodedInner);
-    EXPECT_TRUE(decodedInner->bytes.empty());
-    EXPECT_EQ(decodedInner->count, -3);
-    EXPECT_EQ(decodedInner->ratio, 1e-300);
-    EXPECT_FALSE(decodedInner->flag);
+    EXPECT_EQ(scalars(*decodedInner), scalars(*inner));
 
     ASSERT_EQ(sample->entries.size(), 3u);
     EXPECT_EQ(sample->entries[0].first, KCValue(1));
@@ -203,9 +198,7 @@ TEST_F(KCKeyedArchiveTest, ArchiveIsAValidBinaryPlistSharingClassDescriptions)
 {
     auto shared = makeSample(1);
     KCData archive = KCKeyedArchiver::archivedDataWithRootObject(KCArray {shared, makeSample(2), shared, KCValue(u"a"), KCValue(u"a")});
-    ASSERT_GE(archive.size(), 8u);
-    EXPECT_EQ(std::string(archive.begin(), archive.begin() + 8), "bplist00");
-
+    // Parsed as binary: a text plist would leave no tree.
     rewritten(archive, [](plist_t top) {
         int sampleClasses = 0, samples = 0, strings = 0;
         KCPlistForEachItem(objectsOf(top), [&](plist_t entry) {

@@ -7,8 +7,6 @@
 #include <cstdlib>
 #include <regex>
 #include <set>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -45,7 +43,14 @@ protected:
             ::unsetenv(name);
     }
 
-    // Messages written to the aux file, file only.
+    // A logger that writes to the aux file only.
+    void logToFileOnly(KCLogger& logger)
+    {
+        logger.setAuxPath(scratch.file("aux.log"));
+        logger.setLogToFileOnly(true);
+    }
+
+    // Messages written to the aux file.
     std::vector<std::string> fileMessages(KCLogger& logger)
     {
         std::vector<std::string> messages;
@@ -60,8 +65,7 @@ protected:
 TEST_F(KCLoggerTest, FilterKeepsOnlyLinesContainingItCaseSensitively)
 {
     KCLogger logger;
-    logger.setAuxPath(scratch.file("aux.log"));
-    logger.setLogToFileOnly(true);
+    logToFileOnly(logger);
     logger.setFilter("Book");
     logger.logString("opened the store");
     logger.logString("Book 7 opened");
@@ -72,8 +76,7 @@ TEST_F(KCLoggerTest, FilterKeepsOnlyLinesContainingItCaseSensitively)
 TEST_F(KCLoggerTest, FileAndFunctionPrefixes)
 {
     KCLogger logger;
-    logger.setAuxPath(scratch.file("aux.log"));
-    logger.setLogToFileOnly(true);
+    logToFileOnly(logger);
     logger.logFile("/src/deep/KCThing.mm", 42, "count %d of %@", 3, std::string("books"));
     logger.logFile("/src/deep/KCThing.mm", 43, nullptr);
     logger.logFunction("-[KCThing run]", "done");
@@ -174,8 +177,7 @@ TEST_F(KCLoggerTest, OutputGoesToStandardOutputFileOrBoth)
 TEST_F(KCLoggerTest, ConcurrentLinesStayWhole)
 {
     KCLogger logger;
-    logger.setAuxPath(scratch.file("aux.log"));
-    logger.setLogToFileOnly(true);
+    logToFileOnly(logger);
     constexpr int kThreads = 8, kLines = 500;
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
@@ -205,9 +207,7 @@ TEST_F(KCLoggerTest, RollsAFileThatReachedItsMaximumSize)
 
     KCLogger::rollLogPath(path, 10);
     EXPECT_FALSE(std::filesystem::exists(path));
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(scratch.path()))
-        names.push_back(entry.path().filename().string());
+    auto names = scratch.contents();
     ASSERT_EQ(names.size(), 1u);
     EXPECT_TRUE(std::regex_match(names[0], std::regex(R"(Rolled-\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}-app\.log)"))) << names[0];
     EXPECT_EQ(KCReadTestFile(scratch.file(names[0])), "0123456789");
@@ -217,13 +217,9 @@ TEST_F(KCLoggerTest, RollsAFileThatReachedItsMaximumSize)
 
 TEST_F(KCLoggerTest, DeletesOnlyOldRolledFilesOfTheSameLog)
 {
-    auto makeFile = [&](const std::string& name, double ageSeconds) {
+    auto makeFile = [&](const std::string& name, int ageSeconds) {
         KCWriteTestFile(scratch.file(name), "x");
-        auto now = std::chrono::system_clock::now().time_since_epoch() - std::chrono::duration<double>(ageSeconds);
-        auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
-        timespec times[2] = {{time_t(nanoseconds / 1000000000), long(nanoseconds % 1000000000)}, {}};
-        times[1] = times[0];
-        ASSERT_EQ(::utimensat(AT_FDCWD, scratch.file(name).c_str(), times, 0), 0);
+        std::filesystem::last_write_time(scratch.file(name), std::filesystem::file_time_type::clock::now() - std::chrono::seconds(ageSeconds));
     };
     makeFile("Rolled-2020-01-01 00:00:00.000-app.log", 7200);
     makeFile("Rolled-2024-01-01 00:00:00.000-app.log", 60);
@@ -232,10 +228,7 @@ TEST_F(KCLoggerTest, DeletesOnlyOldRolledFilesOfTheSameLog)
 
     KCLogger::deleteRolledLogsForLogPath(scratch.file("app.log"), 3600);
 
-    std::set<std::string> left;
-    for (const auto& entry : std::filesystem::directory_iterator(scratch.path()))
-        left.insert(entry.path().filename().string());
-    EXPECT_EQ(left, std::set<std::string>({"Rolled-2024-01-01 00:00:00.000-app.log", "Rolled-2020-01-01 00:00:00.000-other.log", "app.log"}));
+    EXPECT_EQ(scratch.contents(), std::vector<std::string>({"Rolled-2020-01-01 00:00:00.000-other.log", "Rolled-2024-01-01 00:00:00.000-app.log", "app.log"}));
 
     KCLogger::deleteRolledLogsForLogPath(scratch.file("missing/app.log"), 0);  // unreadable directory: nothing
 }

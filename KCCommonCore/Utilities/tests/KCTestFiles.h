@@ -1,5 +1,8 @@
 #pragma once
-// Scratch directories and standard-output capture for the utilities' tests.
+// Scratch directories, files and standard-output capture shared by the tests.
+#include "Utilities/KCURL.h"
+
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -8,13 +11,14 @@
 #include <vector>
 #include <unistd.h>
 
-// A fresh directory, removed with everything in it.
+// A fresh directory, removed with everything in it. Canonical, since the
+// code under test may resolve links in the paths it is given.
 class KCScratchDirectory {
 public:
     KCScratchDirectory()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kcutilities-XXXXXX").string();
-        m_path = ::mkdtemp(pattern.data()) ? pattern : std::string();
+        std::string pattern = (std::filesystem::temp_directory_path() / "kctest-XXXXXX").string();
+        m_path = ::mkdtemp(pattern.data()) ? std::filesystem::canonical(pattern).string() : std::string();
     }
     ~KCScratchDirectory()
     {
@@ -23,6 +27,16 @@ public:
     }
     const std::string& path() const { return m_path; }
     std::string file(const std::string& name) const { return m_path + "/" + name; }
+    KCURL url(const std::string& name) const { return *KCURL::fileURLWithPath(file(name)); }
+    // Every file, directory and link below the directory, relative to it, sorted.
+    std::vector<std::string> contents() const
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(m_path))
+            names.push_back(std::filesystem::relative(entry.path(), m_path).string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
 
 private:
     std::string m_path;

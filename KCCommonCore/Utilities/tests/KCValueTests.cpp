@@ -1,4 +1,3 @@
-#include "Utilities/KCGeometry.h"
 #include "Utilities/KCStringConversion.h"
 #include "Utilities/KCURL.h"
 #include "Utilities/KCValue.h"
@@ -135,15 +134,6 @@ TEST(KCPath, ExtensionsAndComponents)
     EXPECT_EQ(KCPathExtension("archive.tar.gz"), "gz");
     EXPECT_EQ(KCDeletingPathExtension("LoggerTests.mm"), "LoggerTests");
     EXPECT_EQ(KCDeletingPathExtension("dir.d/file"), "dir.d/file");
-}
-
-TEST(KCRange, NotFoundMarkerIsLargestSignedValue)
-{
-    KCRange range;
-    EXPECT_EQ(range.location, 9223372036854775807ull);
-    EXPECT_FALSE(range.found());
-    EXPECT_TRUE((KCRange {3, 4}.found()));
-    EXPECT_EQ((KCRange {3, 4}.end()), 7u);
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 // Hostile and broken archives: each gives a clear error, and nothing is
 // written outside the cache directory (nor left inside it).
-#include "book/PMBook.h"
 #include "book/PMBookError.h"
 
 #include "PMTestEpub.h"
@@ -9,26 +8,17 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Outcome {
-    bool opened = false;
-    KCError error;
-};
-
-Outcome open(const PMBookSandbox& sandbox, const std::string& name, PMUnpackLimits limits = {})
+// Opening must fail; the error says why.
+KCError refused(const PMBookSandbox& sandbox, const std::string& name, PMUnpackLimits limits = {})
 {
-    PMBookOpenOptions options;
-    options.cacheDirectory = sandbox.cacheDirectory();
-    options.limits = limits;
-    Outcome outcome;
-    outcome.opened = PMBook::open(sandbox.path(name), options, &outcome.error).has_value();
-    return outcome;
+    KCError error;
+    EXPECT_FALSE(sandbox.open(name, &error, limits)) << name;
+    return error;
 }
 
 // After a refused unpack the sandbox holds the archive and an empty cache.
@@ -39,23 +29,18 @@ void expectNothingWritten(const PMBookSandbox& sandbox, const std::string& name)
     EXPECT_EQ(sandbox.contents(), expected);
 }
 
-void writeFile(const std::string& path, const std::string& bytes)
-{
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
 // Rewrites the uncompressed size that the central directory declares for
 // the entries whose names start with `prefix`.
 void declareUncompressedSize(const std::string& path, const std::string& prefix, uint32_t size)
 {
-    std::string bytes = PMTestReadFile(path);
+    std::string bytes = KCReadTestFile(path);
     for (size_t at = bytes.find("PK\x01\x02"); at != std::string::npos; at = bytes.find("PK\x01\x02", at + 4)) {
         uint16_t nameLength;
         std::memcpy(&nameLength, &bytes[at + 28], 2);
         if (bytes.compare(at + 46, prefix.size(), prefix) == 0 && nameLength >= prefix.size())
             std::memcpy(&bytes[at + 24], &size, 4);
     }
-    writeFile(path, bytes);
+    KCWriteTestFile(path, bytes);
 }
 
 TEST(PMBookArchive, EntryNamesThatLeaveTheBookAreRefused)
@@ -66,10 +51,9 @@ TEST(PMBookArchive, EntryNamesThatLeaveTheBookAreRefused)
         PMTestEpub epub;
         epub.rawEntries = {{name, "evil"}};
         ASSERT_TRUE(epub.write(sandbox.path("book.epub")));
-        Outcome outcome = open(sandbox, "book.epub");
-        EXPECT_FALSE(outcome.opened) << name;
-        EXPECT_EQ(outcome.error.code, int64_t(PMBookErrorCode::UnsafeArchive)) << name;
-        EXPECT_NE(outcome.error.message.find(name), std::string::npos) << outcome.error.message;
+        KCError error = refused(sandbox, "book.epub");
+        EXPECT_EQ(error.code, int64_t(PMBookErrorCode::UnsafeArchive)) << name;
+        EXPECT_NE(error.message.find(name), std::string::npos) << error.message;
         expectNothingWritten(sandbox, "book.epub");
         EXPECT_FALSE(fs::exists("/tmp/pm-absolute-evil.txt"));
     }
@@ -81,14 +65,14 @@ TEST(PMBookArchive, LinksAndDuplicatesAreRefused)
     PMTestEpub epub;
     epub.rawEntries = {{"OEBPS/link", "/etc/passwd", true}};
     ASSERT_TRUE(epub.write(sandbox.path("link.epub")));
-    Outcome outcome = open(sandbox, "link.epub");
-    EXPECT_EQ(outcome.error.code, int64_t(PMBookErrorCode::UnsafeArchive));
-    EXPECT_NE(outcome.error.message.find("symbolic link"), std::string::npos);
+    KCError link = refused(sandbox, "link.epub");
+    EXPECT_EQ(link.code, int64_t(PMBookErrorCode::UnsafeArchive));
+    EXPECT_NE(link.message.find("symbolic link"), std::string::npos);
 
     // A file where a directory must go cannot be written through.
     epub.rawEntries = {{"OEBPS", "a file"}, {"OEBPS/x.css", "p{}"}};
     ASSERT_TRUE(epub.write(sandbox.path("clash.epub")));
-    EXPECT_FALSE(open(sandbox, "clash.epub").opened);
+    refused(sandbox, "clash.epub");
     EXPECT_EQ(sandbox.contents(), (std::vector<std::string> {"cache", "clash.epub", "link.epub"}));
 }
 
@@ -99,9 +83,8 @@ TEST(PMBookArchive, SizeAndCountLimitsHoldWhateverTheArchiveDeclares)
     epub.rawEntries = {{"a.bin", "aaaa"}, {"b.bin", "bbbb"}, {"c.bin", "cccc"}};
     ASSERT_TRUE(epub.write(sandbox.path("declared.epub")));
     declareUncompressedSize(sandbox.path("declared.epub"), "", 0xF0000000u);  // 3.75 GB each, over 20 GB in all
-    Outcome declared = open(sandbox, "declared.epub");
-    EXPECT_FALSE(declared.opened);
-    EXPECT_EQ(declared.error.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << declared.error.message;
+    KCError declared = refused(sandbox, "declared.epub");
+    EXPECT_EQ(declared.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << declared.message;
     expectNothingWritten(sandbox, "declared.epub");
     fs::remove(sandbox.path("declared.epub"));
 
@@ -110,13 +93,13 @@ TEST(PMBookArchive, SizeAndCountLimitsHoldWhateverTheArchiveDeclares)
     ASSERT_TRUE(epub.write(sandbox.path("bomb.epub")));
     PMUnpackLimits small;
     small.maxTotalBytes = 1 << 20;
-    Outcome bomb = open(sandbox, "bomb.epub", small);
-    EXPECT_EQ(bomb.error.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << bomb.error.message;
+    KCError bomb = refused(sandbox, "bomb.epub", small);
+    EXPECT_EQ(bomb.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << bomb.message;
     // Declaring a small size does not get it through.
     declareUncompressedSize(sandbox.path("bomb.epub"), "zeros.bin", 100);
-    Outcome lying = open(sandbox, "bomb.epub", small);
-    EXPECT_EQ(lying.error.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << lying.error.message;
-    EXPECT_NE(lying.error.message.find("unpacks to more than the limit of 1048576 bytes"), std::string::npos);
+    KCError lying = refused(sandbox, "bomb.epub", small);
+    EXPECT_EQ(lying.code, int64_t(PMBookErrorCode::ArchiveTooLarge)) << lying.message;
+    EXPECT_NE(lying.message.find("unpacks to more than the limit of 1048576 bytes"), std::string::npos);
     expectNothingWritten(sandbox, "bomb.epub");
     fs::remove(sandbox.path("bomb.epub"));
 
@@ -126,7 +109,7 @@ TEST(PMBookArchive, SizeAndCountLimitsHoldWhateverTheArchiveDeclares)
     ASSERT_TRUE(epub.write(sandbox.path("many.epub")));
     PMUnpackLimits few;
     few.maxEntries = 8;
-    EXPECT_EQ(open(sandbox, "many.epub", few).error.code, int64_t(PMBookErrorCode::ArchiveTooLarge));
+    EXPECT_EQ(refused(sandbox, "many.epub", few).code, int64_t(PMBookErrorCode::ArchiveTooLarge));
     expectNothingWritten(sandbox, "many.epub");
 }
 
@@ -134,38 +117,35 @@ TEST(PMBookArchive, BrokenArchivesAndMissingFiles)
 {
     PMBookSandbox sandbox;
     ASSERT_TRUE(PMTestEpub().write(sandbox.path("good.epub")));
-    std::string bytes = PMTestReadFile(sandbox.path("good.epub"));
+    std::string bytes = KCReadTestFile(sandbox.path("good.epub"));
     size_t directory = bytes.find("PK\x01\x02");
     ASSERT_NE(directory, std::string::npos);
     std::string corrupt = bytes;
     for (size_t i = directory; i < corrupt.size(); i += 7)
         corrupt[i] = static_cast<char>(corrupt[i] ^ 0x5A);
-    writeFile(sandbox.path("corrupt.epub"), corrupt);
-    writeFile(sandbox.path("text.epub"), "this is not a zip archive at all");
-    writeFile(sandbox.path("truncated.epub"), bytes.substr(0, bytes.size() / 2));
-    for (const char* name : {"corrupt.epub", "text.epub", "truncated.epub"}) {
-        Outcome outcome = open(sandbox, name);
-        EXPECT_FALSE(outcome.opened) << name;
-        EXPECT_EQ(outcome.error.code, int64_t(PMBookErrorCode::BrokenArchive)) << name << ": " << outcome.error.message;
+    const std::pair<const char*, std::string> broken[] = {
+        {"corrupt.epub", corrupt}, {"text.epub", "this is not a zip archive at all"}, {"truncated.epub", bytes.substr(0, bytes.size() / 2)}};
+    for (const auto& [name, contents] : broken) {
+        KCWriteTestFile(sandbox.path(name), contents);
+        KCError error = refused(sandbox, name);
+        EXPECT_EQ(error.code, int64_t(PMBookErrorCode::BrokenArchive)) << name << ": " << error.message;
+        fs::remove(sandbox.path(name));
     }
-    EXPECT_EQ(open(sandbox, "absent.epub").error.code, int64_t(PMBookErrorCode::FileUnreadable));
-    EXPECT_EQ(open(sandbox, "cache").error.code, int64_t(PMBookErrorCode::FileUnreadable));
-    fs::remove(sandbox.path("corrupt.epub"));
-    fs::remove(sandbox.path("text.epub"));
-    fs::remove(sandbox.path("truncated.epub"));
+    EXPECT_EQ(refused(sandbox, "absent.epub").code, int64_t(PMBookErrorCode::FileUnreadable));
+    EXPECT_EQ(refused(sandbox, "cache").code, int64_t(PMBookErrorCode::FileUnreadable));
     expectNothingWritten(sandbox, "good.epub");
 
     PMTestEpub noContainer;
     noContainer.writeContainer = false;
     ASSERT_TRUE(noContainer.write(sandbox.path("nocontainer.epub")));
-    Outcome missing = open(sandbox, "nocontainer.epub");
-    EXPECT_EQ(missing.error.code, int64_t(PMBookErrorCode::MissingFile));
-    EXPECT_NE(missing.error.message.find("META-INF/container.xml"), std::string::npos);
+    KCError missing = refused(sandbox, "nocontainer.epub");
+    EXPECT_EQ(missing.code, int64_t(PMBookErrorCode::MissingFile));
+    EXPECT_NE(missing.message.find("META-INF/container.xml"), std::string::npos);
 
     PMTestEpub badPackage;
     badPackage.packageOverride = "<package><unclosed></package>";
     ASSERT_TRUE(badPackage.write(sandbox.path("badpackage.epub")));
-    EXPECT_EQ(open(sandbox, "badpackage.epub").error.code, int64_t(PMBookErrorCode::MalformedXML));
+    EXPECT_EQ(refused(sandbox, "badpackage.epub").code, int64_t(PMBookErrorCode::MalformedXML));
 }
 
 } // namespace

@@ -18,7 +18,7 @@ class PMBookCommandTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        m_font = PMTestReadFile("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf");
+        m_font = KCReadTestFile("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf");
         PMTestEpub epub;
         epub.uniqueIdentifier = "urn:uuid:00112233-4455-6677-8899-aabbccddeeff";
         epub.files = {
@@ -42,7 +42,7 @@ TEST_F(PMBookCommandTest, ResourceServesDeobfuscatedBytes)
     EXPECT_EQ(answer["mimeType"], "font/ttf");
     EXPECT_EQ(answer["length"], m_font.size());
     EXPECT_TRUE(answer["error"].is_null());
-    EXPECT_TRUE(PMTestReadFile(m_sandbox.path("a.ttf")) == m_font);
+    EXPECT_TRUE(KCReadTestFile(m_sandbox.path("a.ttf")) == m_font);
     EXPECT_NE(toFile.err.find("Going to xor"), std::string::npos);  // the log goes to standard error
 
     PMProgramResult toOutput = pagemoor(m_sandbox, "resource " + m_book + " OEBPS/ch1.xhtml");

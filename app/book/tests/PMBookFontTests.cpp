@@ -1,6 +1,5 @@
 // Real fonts, obfuscated inside a generated EPUB, served back through the
 // book resource protocol as a page would request them.
-#include "book/PMBook.h"
 #include "resources/PMURLProtocol.h"
 
 #include "PMTestEpub.h"
@@ -64,10 +63,8 @@ protected:
     {
         if (!epub.write(m_sandbox.path(name)))
             return std::nullopt;
-        PMBookOpenOptions options;
-        options.cacheDirectory = m_sandbox.cacheDirectory();
         KCError error;
-        auto book = PMBook::open(m_sandbox.path(name), options, &error);
+        auto book = m_sandbox.open(name, &error);
         EXPECT_TRUE(book) << error.message;
         if (book) {
             PMURLProtocol::registerPMURLProtocol();
@@ -93,9 +90,9 @@ protected:
 
 TEST_F(PMBookFontTest, EachSchemeServesTheOriginalFont)
 {
-    const std::string sans = PMTestReadFile(kFontDirectory + "DejaVuSans.ttf");
-    const std::string serif = PMTestReadFile(kFontDirectory + "DejaVuSerif.ttf");
-    const std::string mono = PMTestReadFile(kFontDirectory + "DejaVuSansMono.ttf");
+    const std::string sans = KCReadTestFile(kFontDirectory + "DejaVuSans.ttf");
+    const std::string serif = KCReadTestFile(kFontDirectory + "DejaVuSerif.ttf");
+    const std::string mono = KCReadTestFile(kFontDirectory + "DejaVuSansMono.ttf");
     ASSERT_EQ(fontFamily(sans), "DejaVu Sans");
 
     PMTestEpub epub;
@@ -135,7 +132,7 @@ TEST_F(PMBookFontTest, EachSchemeServesTheOriginalFont)
 
 TEST_F(PMBookFontTest, AdobeKeysWithAndWithoutHyphens)
 {
-    const std::string sans = PMTestReadFile(kFontDirectory + "DejaVuSans.ttf");
+    const std::string sans = KCReadTestFile(kFontDirectory + "DejaVuSans.ttf");
     for (const std::string uuid : {"urn:uuid:0123456789abcdef0123456789ABCDEF", "urn:uuid:01234567-89ab-cdef-0123-456789abcdef"}) {
         PMTestEpub epub;
         epub.uniqueIdentifier = uuid;

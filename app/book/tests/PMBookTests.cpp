@@ -1,4 +1,3 @@
-#include "book/PMBook.h"
 #include "book/PMBookError.h"
 
 #include "PMTestEpub.h"
@@ -11,13 +10,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-std::optional<PMBook> openBook(const PMBookSandbox& sandbox, const std::string& name, KCError* error)
-{
-    PMBookOpenOptions options;
-    options.cacheDirectory = sandbox.cacheDirectory();
-    return PMBook::open(sandbox.path(name), options, error);
-}
 
 PMTestEpub sampleBook()
 {
@@ -39,7 +31,7 @@ TEST(PMBook, ReadsThePackageAndDescribesEveryResource)
     PMTestEpub epub = sampleBook();
     ASSERT_TRUE(epub.write(sandbox.path("book.epub")));
     KCError error;
-    auto book = openBook(sandbox, "book.epub", &error);
+    auto book = sandbox.open("book.epub", &error);
     ASSERT_TRUE(book) << error.message;
 
     EXPECT_TRUE(book->contentsPath().starts_with(sandbox.cacheDirectory() + "/"));
@@ -74,16 +66,16 @@ TEST(PMBook, ReusesACompleteUnpackUntilTheFileChanges)
     PMBookSandbox sandbox;
     ASSERT_TRUE(sampleBook().write(sandbox.path("book.epub")));
     KCError error;
-    auto first = openBook(sandbox, "book.epub", &error);
+    auto first = sandbox.open("book.epub", &error);
     ASSERT_TRUE(first);
     std::ofstream(first->contentsPath() + "/marker") << "kept";
-    auto second = openBook(sandbox, "book.epub", &error);
+    auto second = sandbox.open("book.epub", &error);
     ASSERT_TRUE(second);
     EXPECT_EQ(second->contentsPath(), first->contentsPath());
     EXPECT_TRUE(fs::exists(second->contentsPath() + "/marker"));
 
     fs::last_write_time(sandbox.path("book.epub"), fs::last_write_time(sandbox.path("book.epub")) + std::chrono::seconds(5));
-    auto changed = openBook(sandbox, "book.epub", &error);
+    auto changed = sandbox.open("book.epub", &error);
     ASSERT_TRUE(changed);
     EXPECT_NE(changed->contentsPath(), first->contentsPath());
     // No temporary directories are left behind.
@@ -97,10 +89,10 @@ TEST(PMBook, RefusesAnotherKindOfDocumentByItsName)
     ASSERT_TRUE(sampleBook().write(sandbox.path("book.PDF")));
     ASSERT_TRUE(sampleBook().write(sandbox.path("book.zip")));
     KCError error;
-    EXPECT_FALSE(openBook(sandbox, "book.PDF", &error));
+    EXPECT_FALSE(sandbox.open("book.PDF", &error));
     EXPECT_EQ(error.code, int64_t(PMBookErrorCode::NotAnEPUB)) << error.message;
     EXPECT_FALSE(fs::exists(sandbox.cacheDirectory()) && !fs::is_empty(sandbox.cacheDirectory()));
-    EXPECT_TRUE(openBook(sandbox, "book.zip", &error)) << error.message;
+    EXPECT_TRUE(sandbox.open("book.zip", &error)) << error.message;
 }
 
 TEST(PMBook, UniqueIdentifierChoices)
@@ -111,14 +103,14 @@ TEST(PMBook, UniqueIdentifierChoices)
     epub.otherIdentifiers = {"urn:uuid:11111111-2222-3333-4444-555555555555"};
     ASSERT_TRUE(epub.write(sandbox.path("uuid.epub")));
     KCError error;
-    auto book = openBook(sandbox, "uuid.epub", &error);
+    auto book = sandbox.open("uuid.epub", &error);
     ASSERT_TRUE(book);
     EXPECT_EQ(book->bookEpubIdWithUUIDScheme(), u"urn:uuid:aaaaaaaa-bbbb-cccc-dddd-eeeeeeeeeeee");
 
     epub.uniqueIdentifier = "isbn-only";
     epub.otherIdentifiers = {};
     ASSERT_TRUE(epub.write(sandbox.path("plain.epub")));
-    book = openBook(sandbox, "plain.epub", &error);
+    book = sandbox.open("plain.epub", &error);
     ASSERT_TRUE(book);
     EXPECT_EQ(book->bookEpubId(), u"isbn-only");
     EXPECT_FALSE(book->bookEpubIdWithUUIDScheme());

@@ -5,11 +5,7 @@
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
-#include <algorithm>
 #include <cctype>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace {
@@ -119,36 +115,4 @@ std::string PMTestObfuscateAdobe(std::string font, const std::string& uuidText)
     for (size_t i = 0; i < font.size() && i < 1024; ++i)
         font[i] = static_cast<char>(font[i] ^ key[i % key.size()]);
     return font;
-}
-
-std::string PMTestReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream contents;
-    contents << file.rdbuf();
-    return contents.str();
-}
-
-PMBookSandbox::PMBookSandbox()
-{
-    std::string pattern = testing::TempDir() + "pm-book-XXXXXX";
-    if (!::mkdtemp(pattern.data()))
-        ADD_FAILURE() << "cannot create " << pattern;
-    m_root = std::filesystem::weakly_canonical(pattern).string();
-}
-
-PMBookSandbox::~PMBookSandbox()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(m_root, ignored);
-}
-
-std::vector<std::string> PMBookSandbox::contents() const
-{
-    std::vector<std::string> names;
-    std::error_code ignored;
-    for (auto it = std::filesystem::recursive_directory_iterator(m_root, ignored); it != std::filesystem::recursive_directory_iterator(); it.increment(ignored))
-        names.push_back(std::filesystem::relative(it->path(), m_root).string());
-    std::sort(names.begin(), names.end());
-    return names;
 }

@@ -3,6 +3,9 @@
 // with a manifest and spine, encryption.xml, and whatever raw entries a test
 // adds (hostile names, links). Fonts are obfuscated here by code of the
 // test's own, so that the engine's de-obfuscation is checked against it.
+#include "Utilities/tests/KCTestFiles.h"
+#include "book/PMBook.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -46,20 +49,17 @@ std::string PMTestObfuscateIDPF(std::string font, const std::string& cleanedIden
 // The key is the UUID's 16 bytes followed by zeros, as long as the UUID's text.
 std::string PMTestObfuscateAdobe(std::string font, const std::string& uuidText);
 
-std::string PMTestReadFile(const std::string& path);
-
 // A private directory for one test, removed afterwards: the EPUB files go in
 // its root, the cache into "cache/".
-class PMBookSandbox {
+class PMBookSandbox : public KCScratchDirectory {
 public:
-    PMBookSandbox();
-    ~PMBookSandbox();
-    const std::string& root() const { return m_root; }
-    std::string cacheDirectory() const { return m_root + "/cache"; }
-    std::string path(const std::string& name) const { return m_root + "/" + name; }
-    // Every file, directory and link below the root, relative to it, sorted.
-    std::vector<std::string> contents() const;
-
-private:
-    std::string m_root;
+    std::string cacheDirectory() const { return file("cache"); }
+    std::string path(const std::string& name) const { return file(name); }
+    std::optional<PMBook> open(const std::string& name, KCError* error, PMUnpackLimits limits = {}) const
+    {
+        PMBookOpenOptions options;
+        options.cacheDirectory = cacheDirectory();
+        options.limits = limits;
+        return PMBook::open(path(name), options, error);
+    }
 };
