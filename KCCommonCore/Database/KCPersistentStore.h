@@ -4,7 +4,7 @@
 // refuses files that are not our stores and stores of a newer model without
 // writing to them, and migrates stores of an older model by adding columns.
 // Callers serialise every use under the coordinator's lock.
-// Errors: open, fetches, count and save answer nothing (false) and fill *error when the file is not our store, needs a migration it may not do, or SQLite fails.
+// Errors: open, fetches, count and save answer nothing (false) and fill *error when the file is not our store, needs a migration it may not do, or SQLite fails; once a statement has found the file damaged, save refuses (KCStoreErrorDamaged).
 #include "KCFetchRequest.h"
 #include "KCManagedObjectModel.h"
 #include "KCStoreError.h"

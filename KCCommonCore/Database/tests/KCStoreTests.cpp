@@ -1,4 +1,5 @@
 #include "Database/KCManagedObjectContext.h"
+#include "KCDamagedStore.h"
 #include "KCStoreTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -262,6 +263,36 @@ TEST(KCStore, NewerAndForeignFilesAreRefusedUntouched)
         EXPECT_EQ(error.code, code) << name;
         EXPECT_EQ(KCReadFileBytes(directory.file(name)), before) << name;
     }
+}
+
+// A damaged file may still open and even accept a write into pages that are
+// intact; after the first statement that finds damage, nothing is written.
+TEST(KCStore, DamagedStoreIsNeverWrittenAgain)
+{
+    KCScratchDirectory directory;
+    const std::string path = directory.file("Items.sqlite");
+    {
+        auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
+        KCManagedObjectContext context(coordinator);
+        insertItem(context, u"kept", 1);
+        ASSERT_TRUE(context.save());
+    }
+    KCDamageTablePages(path, "Item");
+    const std::string damaged = KCReadFileBytes(path);
+    auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
+    ASSERT_TRUE(coordinator);
+    KCManagedObjectContext context(coordinator);
+    KCError error;
+    EXPECT_FALSE(context.entity("Item", KCPredicate::predicateWithValue(true), "sortKey", true, 0, &error));
+    EXPECT_EQ(error.domain, KCSQLiteErrorDomain);
+    EXPECT_EQ(error.code & 0xFF, SQLITE_CORRUPT);
+
+    insertItem(context, u"more", 2);
+    KCError refused;
+    EXPECT_FALSE(context.save(&refused));
+    EXPECT_EQ(refused.domain, KCStoreErrorDomain);
+    EXPECT_EQ(refused.code, KCStoreErrorDamaged);
+    EXPECT_EQ(KCReadFileBytes(path), damaged);
 }
 
 } // namespace
