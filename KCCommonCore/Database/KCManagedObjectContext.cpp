@@ -233,6 +233,18 @@ std::optional<KCArray> KCManagedObjectContext::executeFetchRequest(const KCFetch
     return results;
 }
 
+bool KCManagedObjectContext::enumerateDictionaryResults(const KCFetchRequest& request, std::vector<std::string>& names, const KCStoreRowVisitor& visit, KCError* error)
+{
+    if (!p_checkThread("enumerateDictionaryResults"))
+        return KCSetStoreError(error, KCStoreErrorWrongThread, "the context was used on another thread");
+    const KCEntityDescription* entity = p_entity(request.entityName, error);
+    auto store = entity ? p_store(error) : nullptr;
+    if (!store)
+        return false;
+    std::lock_guard guard(*m_coordinator);
+    return store->enumerateDictionaryRows(request, *entity, names, visit, error);
+}
+
 std::optional<size_t> KCManagedObjectContext::countForFetchRequest(const KCFetchRequest& request, KCError* error)
 {
     if (!p_checkThread("countForFetchRequest")) {

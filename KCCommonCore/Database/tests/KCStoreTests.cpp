@@ -295,4 +295,22 @@ TEST(KCStore, DamagedStoreIsNeverWrittenAgain)
     EXPECT_EQ(KCReadFileBytes(path), damaged);
 }
 
+// An index that joins the model is added when an existing store is opened.
+TEST(KCStore, IndexesNewToTheModelAreAddedToOlderStores)
+{
+    KCScratchDirectory directory;
+    ASSERT_TRUE(KCOpenTestStore(directory.url("Items.sqlite")));
+    std::string json = KCTestModelJSON();
+    json.insert(json.find(R"("attributes")"), R"("indexes": [["title", "when"]], )");
+    auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCManagedObjectModel::modelWithJSON(json));
+    ASSERT_TRUE(coordinator->addPersistentStore("SQLite", directory.url("Items.sqlite"), {true, true}, nullptr));
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open_v2(directory.file("Items.sqlite").c_str(), &database, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_prepare_v2(database, "SELECT 1 FROM sqlite_master WHERE name = 'Item_index_title_when'", -1, &statement, nullptr);
+    EXPECT_EQ(sqlite3_step(statement), SQLITE_ROW);
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+}
+
 } // namespace
