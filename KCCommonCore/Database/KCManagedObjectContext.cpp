@@ -272,13 +272,8 @@ std::optional<std::vector<std::shared_ptr<KCManagedObject>>> KCManagedObjectCont
     if (!sortKey.empty())
         request.sortDescriptors.push_back({std::string(sortKey), ascending});
     request.fetchLimit = fetchLimit;
-    KCError failure;
-    auto objects = fetchObjects(request, &failure);
-    if (!objects) {
-        KCLog("Failed to fetch %@: %@", entityName, failure.description());
-        KCSetError(error, std::move(failure));
-    }
-    return objects;
+    // Not logged: the callers decide which failed fetches are worth a line.
+    return fetchObjects(request, error);
 }
 
 std::shared_ptr<KCManagedObject> KCManagedObjectContext::existingObjectWithID(const KCManagedObjectID& objectID, KCError* error)

@@ -7,7 +7,7 @@
 // When another context saved an object that this one also changed, the save
 // keeps this context's value of every property it changed and takes the
 // stored value of every other property.
-// Errors: fetches, counts, existingObjectWithID and save answer nothing (false) and fill *error on the wrong thread, an unknown entity, a null predicate or a store failure; entity() also logs.
+// Errors: fetches, counts, existingObjectWithID and save answer nothing (false) and fill *error on the wrong thread, an unknown entity, a null predicate or a store failure; none of them logs a failed fetch.
 #include "KCFetchRequest.h"
 #include "KCManagedObject.h"
 #include "KCPersistentStoreCoordinator.h"

@@ -1,9 +1,12 @@
 #include "TNAnnotationTestSupport.h"
 
 #include "Utilities/KCBundle.h"
+#include "Utilities/KCLogger.h"
 
 #include <nlohmann/json.hpp>
 #include <sqlite3.h>
+
+#include <algorithm>
 
 #include <set>
 
@@ -224,6 +227,30 @@ TEST(TNAnnotationQueries, LatestDatePerBookMatchesTheFullGrouping)
         EXPECT_EQ(KCValue(*latest).description(), KCValue(expected).description());  // the same key order
         EXPECT_EQ(latest->size(), 4u);
     }
+}
+
+// Only the version query writes a line when a fetch fails.
+TEST(TNAnnotationQueries, OnlyTheVersionQueryLogsAFailedFetch)
+{
+    Library library;
+    KCManagedObjectContext* context = library.context.get();
+    KCScratchDirectory logs;
+    KCLogger& logger = *KCLogger::sharedLogger();
+    logger.setAuxPath(logs.file("queries.log"));
+    logger.setLogToFileOnly(true);
+    auto typo = KCPredicate::predicateWithFormat("annotationAssetID == %@ AND (", KCValue(u"A"));
+    std::string parseLine = KCReadFileBytes(logs.file("queries.log"));
+    EXPECT_FALSE(TNAnnotation::annotationsForPredicate(typo, context));
+    EXPECT_FALSE(TNAnnotation::annotationWithUUID(u"H1", std::nullopt, context));
+    EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(typo, context)->empty());
+    EXPECT_FALSE(TNAnnotation::dictionaryResultsForAssetsWithPredicate(typo, {std::string("annotationUuid")}, context));
+    EXPECT_EQ(KCReadFileBytes(logs.file("queries.log")), parseLine);
+    EXPECT_TRUE(TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(typo, context)->empty());
+    std::string log = KCReadFileBytes(logs.file("queries.log")).substr(parseLine.size());
+    logger.setAuxPath(std::nullopt);
+    logger.setLogToFileOnly(false);
+    EXPECT_NE(log.find("[TNAnnotation:347] Failed to fetch annotations {"), std::string::npos) << log;
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
 }
 
 // The index that serves the latest dates is made in new stores and added to
