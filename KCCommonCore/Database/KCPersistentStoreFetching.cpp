@@ -6,6 +6,8 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
 namespace {
 
 const char* aggregateFunction(std::string_view function)
@@ -17,6 +19,29 @@ const char* aggregateFunction(std::string_view function)
             return sql;
     }
     return nullptr;
+}
+
+// Grouped rows that show every group key, as itself or as its max: or min:
+// (the key's own value within its group), are distinct already; asking
+// SQLite for DISTINCT would only add a sort of the whole result.
+bool groupsAreDistinct(const KCFetchRequest& request)
+{
+    if (request.propertiesToGroupBy.empty())
+        return false;
+    auto shows = [&](const std::string& key) {
+        for (const auto& property : request.propertiesToFetch) {
+            if (const auto* name = std::get_if<std::string>(&property)) {
+                if (*name == key)
+                    return true;
+                continue;
+            }
+            const auto& expression = std::get<KCExpressionDescription>(property);
+            if (expression.keyPath() == key && (expression.function() == "max:" || expression.function() == "min:"))
+                return true;
+        }
+        return false;
+    };
+    return std::all_of(request.propertiesToGroupBy.begin(), request.propertiesToGroupBy.end(), shows);
 }
 
 } // namespace
@@ -107,7 +132,7 @@ bool KCPersistentStore::enumerateDictionaryRows(const KCFetchRequest& request, c
 {
     std::vector<std::optional<KCAttributeType>> types;
     names.clear();
-    std::string sql = request.returnsDistinctResults ? "SELECT DISTINCT " : "SELECT ";
+    std::string sql = request.returnsDistinctResults && !groupsAreDistinct(request) ? "SELECT DISTINCT " : "SELECT ";
     auto addColumn = [&](const std::string& expression, std::string name, std::optional<KCAttributeType> type) {
         sql += (names.empty() ? "" : ", ") + expression;
         names.push_back(std::move(name));
