@@ -313,4 +313,24 @@ TEST(KCStore, IndexesNewToTheModelAreAddedToOlderStores)
     sqlite3_close(database);
 }
 
+// Distinct grouped rows: those that hide a group key can repeat and are
+// merged; those that show every key are one per group.
+TEST(KCStore, GroupedFetchesStayDistinct)
+{
+    KCScratchDirectory directory;
+    auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
+    KCManagedObjectContext context(coordinator);
+    for (const char16_t* title : {u"a", u"a", u"b", u"b", u"c"})
+        insertItem(context, title, 0)->setValue(KCValue(KCDate {7}), "when");
+    ASSERT_TRUE(context.save());
+    KCFetchRequest request("Item");
+    request.resultType = KCFetchRequestResultType::Dictionary;
+    request.propertiesToGroupBy = {"title"};
+    request.returnsDistinctResults = true;
+    request.propertiesToFetch = {KCExpressionDescription("latest", "max:", "when", KCAttributeType::Date)};
+    EXPECT_EQ(context.executeFetchRequest(request)->size(), 1u);
+    request.propertiesToFetch = {KCExpressionDescription("first", "min:", "title", KCAttributeType::String), KCExpressionDescription("latest", "max:", "when", KCAttributeType::Date)};
+    EXPECT_EQ(context.executeFetchRequest(request)->size(), 3u);
+}
+
 } // namespace
