@@ -1,5 +1,6 @@
 #include "PMCommand.h"
 
+#include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
 
 #include <cstdio>
@@ -143,12 +144,9 @@ std::optional<KCSize> PMParseSize(const std::string& text)
     size_t separator = text.find('x');
     if (separator == std::string::npos)
         return std::nullopt;
-    char* end = nullptr;
-    double width = std::strtod(text.c_str(), &end);
-    if (end != text.c_str() + separator)
+    std::optional<double> width = KCDoubleFromString(std::string_view(text).substr(0, separator));
+    std::optional<double> height = KCDoubleFromString(std::string_view(text).substr(separator + 1));
+    if (!width || !height || !(*width >= 1 && *width <= 8192) || !(*height >= 1 && *height <= 8192))
         return std::nullopt;
-    double height = std::strtod(text.c_str() + separator + 1, &end);
-    if (*end || !(width >= 1 && width <= 8192) || !(height >= 1 && height <= 8192))
-        return std::nullopt;
-    return KCSize {width, height};
+    return KCSize {*width, *height};
 }

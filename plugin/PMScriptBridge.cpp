@@ -79,11 +79,10 @@ std::optional<std::u16string> executeJavaScriptFuncWithArgsInPage(std::u16string
     PMScriptValueRef function = context->evaluate(expression);
     std::optional<std::u16string> text;
     if (!context->exception()) {
-        PMScriptValueRef result = context->callFunction(function, scriptArguments);
-        if (result)
+        // A value that is no function is not called, silently: the page's
+        // clean-up script may define only some of its functions.
+        if (PMScriptValueRef result = context->callFunction(function, scriptArguments))
             text = context->toString(result);
-        else if (!context->exception())
-            KCLog("JavaScript function %@ cannot be called", expression);
     }
     logPendingException(*context);
     context->setException(saved);

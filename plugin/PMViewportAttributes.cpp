@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 const char* const kPMViewportAttributesWidthKey = "width";
 const char* const kPMViewportAttributesHeightKey = "height";
@@ -29,9 +28,9 @@ std::optional<float> numericReading(const KCValue& value)
     const std::u16string* text = value.string();
     if (!text)
         return std::nullopt;
-    std::string utf8 = KCUTF8FromUTF16(*text);
-    // Leading digits count, as in "768px"; text without any reads as 0.
-    return std::strtof(utf8.c_str(), nullptr);
+    // Leading digits count, as in "768px"; text without any reads as 0, and
+    // so do "0x50" and "inf", which no page means as a size.
+    return static_cast<float>(KCLeadingDoubleValue(KCUTF8FromUTF16(*text)));
 }
 
 double attributeValue(const KCValue& value, std::u16string_view deviceWord)
@@ -65,12 +64,12 @@ std::optional<PMViewportAttributes> PMViewportAttributes::viewportAttributesWith
         KCLog("Viewport attributes are not JSON: %@", *result);
         return std::nullopt;
     }
+    if (!json.is_object())
+        return std::nullopt;
     KCDictionary attributes;
-    if (json.is_object()) {
-        // Only scalars count; a nested array or object reads as no value.
-        for (const auto& [key, value] : json.items())
-            attributes.set(key, value.is_primitive() ? KCValueFromJSON(value).value_or(KCValue()) : KCValue());
-    }
+    // Only scalars count; a nested array or object reads as no value.
+    for (const auto& [key, value] : json.items())
+        attributes.set(key, value.is_primitive() ? KCValueFromJSON(value).value_or(KCValue()) : KCValue());
     return PMViewportAttributes(attributes);
 }
 

@@ -233,6 +233,18 @@ std::optional<KCArray> KCManagedObjectContext::executeFetchRequest(const KCFetch
     return results;
 }
 
+bool KCManagedObjectContext::enumerateDictionaryResults(const KCFetchRequest& request, std::vector<std::string>& names, const KCStoreRowVisitor& visit, KCError* error)
+{
+    if (!p_checkThread("enumerateDictionaryResults"))
+        return KCSetStoreError(error, KCStoreErrorWrongThread, "the context was used on another thread");
+    const KCEntityDescription* entity = p_entity(request.entityName, error);
+    auto store = entity ? p_store(error) : nullptr;
+    if (!store)
+        return false;
+    std::lock_guard guard(*m_coordinator);
+    return store->enumerateDictionaryRows(request, *entity, names, visit, error);
+}
+
 std::optional<size_t> KCManagedObjectContext::countForFetchRequest(const KCFetchRequest& request, KCError* error)
 {
     if (!p_checkThread("countForFetchRequest")) {
@@ -260,13 +272,8 @@ std::optional<std::vector<std::shared_ptr<KCManagedObject>>> KCManagedObjectCont
     if (!sortKey.empty())
         request.sortDescriptors.push_back({std::string(sortKey), ascending});
     request.fetchLimit = fetchLimit;
-    KCError failure;
-    auto objects = fetchObjects(request, &failure);
-    if (!objects) {
-        KCLog("Failed to fetch %@: %@", entityName, failure.description());
-        KCSetError(error, std::move(failure));
-    }
-    return objects;
+    // Not logged: the callers decide which failed fetches are worth a line.
+    return fetchObjects(request, error);
 }
 
 std::shared_ptr<KCManagedObject> KCManagedObjectContext::existingObjectWithID(const KCManagedObjectID& objectID, KCError* error)

@@ -7,7 +7,7 @@
 // When another context saved an object that this one also changed, the save
 // keeps this context's value of every property it changed and takes the
 // stored value of every other property.
-// Errors: fetches, counts, existingObjectWithID and save answer nothing (false) and fill *error on the wrong thread, an unknown entity, a null predicate or a store failure; entity() also logs.
+// Errors: fetches, counts, existingObjectWithID and save answer nothing (false) and fill *error on the wrong thread, an unknown entity, a null predicate or a store failure; none of them logs a failed fetch.
 #include "KCFetchRequest.h"
 #include "KCManagedObject.h"
 #include "KCPersistentStoreCoordinator.h"
@@ -38,6 +38,10 @@ public:
     // Object results include this context's unsaved changes; dictionary results show the store only.
     std::optional<KCArray> executeFetchRequest(const KCFetchRequest& request, KCError* error = nullptr);
     std::optional<std::vector<std::shared_ptr<KCManagedObject>>> fetchObjects(const KCFetchRequest& request, KCError* error = nullptr);
+    // A dictionary fetch read row by row (see KCPersistentStore): for large
+    // groupings, where a dictionary per row costs more than the query. The
+    // visitor runs under the coordinator's lock and must not use the store.
+    bool enumerateDictionaryResults(const KCFetchRequest& request, std::vector<std::string>& names, const KCStoreRowVisitor& visit, KCError* error = nullptr);
     std::optional<size_t> countForFetchRequest(const KCFetchRequest& request, KCError* error = nullptr);
     // The objects of an entity matching the predicate, sorted by one key;
     // limit 0 means no limit. A null predicate fails, as in a fetch request.

@@ -4,21 +4,27 @@
 // refuses files that are not our stores and stores of a newer model without
 // writing to them, and migrates stores of an older model by adding columns.
 // Callers serialise every use under the coordinator's lock.
-// Errors: open, fetches, count and save answer nothing (false) and fill *error when the file is not our store, needs a migration it may not do, or SQLite fails.
+// Errors: open, fetches, count and save answer nothing (false) and fill *error when the file is not our store, needs a migration it may not do, or SQLite fails; once a statement has found the file damaged, save refuses (KCStoreErrorDamaged).
 #include "KCFetchRequest.h"
 #include "KCManagedObjectModel.h"
 #include "KCStoreError.h"
 #include "Utilities/KCURL.h"
 #include "Utilities/KCValue.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 class KCSQLiteDatabase;
+
+using KCStoreRowVisitor = std::function<void(std::span<const KCValue> values)>;
+// A streamed row as a fetch's dictionary: the named values, nulls left out.
+KCDictionary KCDictionaryFromRow(const std::vector<std::string>& names, std::span<const KCValue> values);
 class KCSQLiteStatement;
 
 extern const char* const KCSQLiteStoreType;              // "SQLite"
@@ -82,6 +88,10 @@ public:
     bool fetchRows(const KCFetchRequest& request, const KCEntityDescription& entity, bool applyLimit, std::vector<KCStoreRow>& rows, KCError* error);
     std::optional<KCStoreRow> fetchRow(const KCEntityDescription& entity, int64_t primaryKey, KCError* error);
     std::optional<std::vector<KCDictionary>> fetchDictionaries(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error);
+    // The rows of a dictionary fetch one at a time, without a dictionary per
+    // row: `names` gets the column names, each row its values in that order
+    // (null where the store has none).
+    bool enumerateDictionaryRows(const KCFetchRequest& request, const KCEntityDescription& entity, std::vector<std::string>& names, const KCStoreRowVisitor& visit, KCError* error);
     std::optional<size_t> count(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error);
 
     // Applies the changes and any metadata change in one transaction.

@@ -6,6 +6,8 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
 namespace {
 
 const char* aggregateFunction(std::string_view function)
@@ -19,7 +21,40 @@ const char* aggregateFunction(std::string_view function)
     return nullptr;
 }
 
+// Grouped rows that show every group key, as itself or as its max: or min:
+// (the key's own value within its group), are distinct already; asking
+// SQLite for DISTINCT would only add a sort of the whole result.
+bool groupsAreDistinct(const KCFetchRequest& request)
+{
+    if (request.propertiesToGroupBy.empty())
+        return false;
+    auto shows = [&](const std::string& key) {
+        for (const auto& property : request.propertiesToFetch) {
+            if (const auto* name = std::get_if<std::string>(&property)) {
+                if (*name == key)
+                    return true;
+                continue;
+            }
+            const auto& expression = std::get<KCExpressionDescription>(property);
+            if (expression.keyPath() == key && (expression.function() == "max:" || expression.function() == "min:"))
+                return true;
+        }
+        return false;
+    };
+    return std::all_of(request.propertiesToGroupBy.begin(), request.propertiesToGroupBy.end(), shows);
+}
+
 } // namespace
+
+KCDictionary KCDictionaryFromRow(const std::vector<std::string>& names, std::span<const KCValue> values)
+{
+    KCDictionary row;
+    for (size_t i = 0; i < values.size() && i < names.size(); ++i) {
+        if (!values[i].isNull())
+            row.set(names[i], values[i]);
+    }
+    return row;
+}
 
 bool KCPersistentStore::appendWhere(const KCFetchRequest& request, const KCEntityDescription& entity, std::string& sql, std::vector<KCValue>& bindings, KCError* error)
 {
@@ -93,17 +128,15 @@ std::optional<KCStoreRow> KCPersistentStore::fetchRow(const KCEntityDescription&
     return std::nullopt;
 }
 
-std::optional<std::vector<KCDictionary>> KCPersistentStore::fetchDictionaries(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error)
+bool KCPersistentStore::enumerateDictionaryRows(const KCFetchRequest& request, const KCEntityDescription& entity, std::vector<std::string>& names, const KCStoreRowVisitor& visit, KCError* error)
 {
-    struct Column {
-        std::string name;
-        std::optional<KCAttributeType> type;
-    };
-    std::vector<Column> columns;
-    std::string sql = request.returnsDistinctResults ? "SELECT DISTINCT " : "SELECT ";
+    std::vector<std::optional<KCAttributeType>> types;
+    names.clear();
+    std::string sql = request.returnsDistinctResults && !groupsAreDistinct(request) ? "SELECT DISTINCT " : "SELECT ";
     auto addColumn = [&](const std::string& expression, std::string name, std::optional<KCAttributeType> type) {
-        sql += (columns.empty() ? "" : ", ") + expression;
-        columns.push_back({std::move(name), type});
+        sql += (names.empty() ? "" : ", ") + expression;
+        names.push_back(std::move(name));
+        types.push_back(type);
     };
     if (request.propertiesToFetch.empty()) {
         for (const auto& attribute : entity.attributes())
@@ -112,19 +145,15 @@ std::optional<std::vector<KCDictionary>> KCPersistentStore::fetchDictionaries(co
     for (const auto& property : request.propertiesToFetch) {
         if (const auto* name = std::get_if<std::string>(&property)) {
             const KCAttributeDescription* attribute = entity.attributeNamed(*name);
-            if (!attribute) {
-                KCSetStoreError(error, KCStoreErrorUnknownKey, "property " + *name + " not found in entity " + entity.name());
-                return std::nullopt;
-            }
+            if (!attribute)
+                return KCSetStoreError(error, KCStoreErrorUnknownKey, "property " + *name + " not found in entity " + entity.name());
             addColumn(KCQuotedSQLName(*name), *name, attribute->type);
             continue;
         }
         const auto& expression = std::get<KCExpressionDescription>(property);
         const char* function = aggregateFunction(expression.function());
-        if (!function || !entity.attributeNamed(expression.keyPath())) {
-            KCSetStoreError(error, KCStoreErrorInvalidFetch, "unsupported expression " + expression.function() + " of " + expression.keyPath());
-            return std::nullopt;
-        }
+        if (!function || !entity.attributeNamed(expression.keyPath()))
+            return KCSetStoreError(error, KCStoreErrorInvalidFetch, "unsupported expression " + expression.function() + " of " + expression.keyPath());
         std::string call(function);
         call.append(1, '(').append(KCQuotedSQLName(expression.keyPath())).append(1, ')');
         addColumn(call, expression.name(), expression.expressionResultType());
@@ -132,44 +161,45 @@ std::optional<std::vector<KCDictionary>> KCPersistentStore::fetchDictionaries(co
     sql += " FROM " + KCQuotedSQLName(entity.name());
     std::vector<KCValue> bindings;
     if (!appendWhere(request, entity, sql, bindings, error))
-        return std::nullopt;
+        return false;
     std::vector<KCSortDescriptor> order = request.sortDescriptors;
     for (size_t i = 0; i < request.propertiesToGroupBy.size(); ++i) {
         const std::string& key = request.propertiesToGroupBy[i];
-        if (!entity.attributeNamed(key)) {
-            KCSetStoreError(error, KCStoreErrorUnknownKey, "group key " + key + " not found in entity " + entity.name());
-            return std::nullopt;
-        }
+        if (!entity.attributeNamed(key))
+            return KCSetStoreError(error, KCStoreErrorUnknownKey, "group key " + key + " not found in entity " + entity.name());
         sql += (i ? ", " : " GROUP BY ") + KCQuotedSQLName(key);
         // Groups come back in the order of their keys unless asked otherwise.
         if (request.sortDescriptors.empty())
             order.push_back({key, true});
     }
     if (!appendOrder(order, entity, sql, error))
-        return std::nullopt;
+        return false;
     if (request.fetchLimit)
         sql += " LIMIT " + std::to_string(request.fetchLimit);
     auto statement = m_database->prepare(sql, error);
     if (!statement)
-        return std::nullopt;
+        return false;
     for (size_t i = 0; i < bindings.size(); ++i)
         statement.bind(static_cast<int>(i + 1), bindings[i]);
-    std::vector<KCDictionary> rows;
+    std::vector<KCValue> values(names.size());
     int result;
     while ((result = statement.step()) == SQLITE_ROW) {
-        KCDictionary row;
-        for (size_t i = 0; i < columns.size(); ++i) {
+        for (size_t i = 0; i < values.size(); ++i) {
             int column = static_cast<int>(i);
-            KCValue value = columns[i].type ? statement.columnValue(column, *columns[i].type) : statement.columnValue(column);
-            if (!value.isNull())
-                row.set(columns[i].name, std::move(value));
+            values[i] = types[i] ? statement.columnValue(column, *types[i]) : statement.columnValue(column);
         }
-        rows.push_back(std::move(row));
+        visit(values);
     }
-    if (result != SQLITE_DONE) {
-        m_database->failure(error, sql);
+    return result == SQLITE_DONE || m_database->failure(error, sql);
+}
+
+std::optional<std::vector<KCDictionary>> KCPersistentStore::fetchDictionaries(const KCFetchRequest& request, const KCEntityDescription& entity, KCError* error)
+{
+    std::vector<std::string> names;
+    std::vector<KCDictionary> rows;
+    bool fetched = enumerateDictionaryRows(request, entity, names, [&](std::span<const KCValue> values) { rows.push_back(KCDictionaryFromRow(names, values)); }, error);
+    if (!fetched)
         return std::nullopt;
-    }
     return rows;
 }
 

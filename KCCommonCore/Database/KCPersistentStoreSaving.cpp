@@ -10,6 +10,8 @@ bool KCPersistentStore::save(KCStoreChanges& changes, KCError* error)
 {
     if (changes.empty() && !m_metadataToWrite)
         return true;
+    if (m_database->isDamaged())
+        return KCSetStoreError(error, KCStoreErrorDamaged, "the store file " + m_url.path() + " is damaged; nothing more is written to it");
     if (!m_database->execute("BEGIN IMMEDIATE", error))
         return false;
     auto fail = [&] {

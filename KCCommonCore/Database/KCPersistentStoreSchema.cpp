@@ -63,7 +63,7 @@ std::string indexName(const KCEntityDescription& entity, const std::vector<std::
     std::string name = entity.name() + "_index";
     for (const auto& column : columns)
         name.append(1, '_').append(column);
-    return KCQuotedSQLName(name);
+    return name;
 }
 
 } // namespace
@@ -89,6 +89,16 @@ bool KCPersistentStore::needsMigration(bool& needed, KCError* error)
             return false;
         for (const auto& attribute : entity->attributes())
             needed = needed || !columns->count(attribute.name);
+        // A store made before an index joined the model gets it by migrating.
+        auto statement = m_database->prepare("SELECT name FROM sqlite_master WHERE type = 'index' AND tbl_name = ?", error);
+        if (!statement)
+            return false;
+        statement.bind(1, KCValue::fromUTF8(entity->name()));
+        std::set<std::string> indexes;
+        while (statement.step() == SQLITE_ROW)
+            indexes.insert(statement.columnText(0));
+        for (const auto& index : entity->indexes())
+            needed = needed || !indexes.count(indexName(*entity, index));
     }
     return true;
 }
@@ -118,7 +128,7 @@ bool KCPersistentStore::createSchema(bool fresh, KCError* error)
                 return fail();
         }
         for (const auto& index : entity->indexes()) {
-            std::string sql = "CREATE INDEX IF NOT EXISTS " + indexName(*entity, index) + " ON " + KCQuotedSQLName(entity->name()) + " (";
+            std::string sql = "CREATE INDEX IF NOT EXISTS " + KCQuotedSQLName(indexName(*entity, index)) + " ON " + KCQuotedSQLName(entity->name()) + " (";
             for (size_t i = 0; i < index.size(); ++i)
                 sql += (i ? ", " : "") + KCQuotedSQLName(index[i]);
             if (!m_database->execute(sql + ")", error))

@@ -5,6 +5,8 @@
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringConversion.h"
 
+#include <glib.h>
+
 #include <cctype>
 #include <charconv>
 #include <optional>
@@ -28,7 +30,7 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b)
     if (a.size() != b.size())
         return false;
     for (size_t i = 0; i < a.size(); ++i) {
-        if (std::toupper(static_cast<unsigned char>(a[i])) != std::toupper(static_cast<unsigned char>(b[i])))
+        if (g_ascii_toupper(a[i]) != g_ascii_toupper(b[i]))  // keywords are ASCII, whatever the locale
             return false;
     }
     return true;

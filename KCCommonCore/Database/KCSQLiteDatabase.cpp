@@ -81,7 +81,8 @@ bool KCSQLiteStatement::bind(int index, const KCValue& value, KCAttributeType ty
 
 int KCSQLiteStatement::step()
 {
-    return sqlite3_step(m_statement);
+    int result = sqlite3_step(m_statement);
+    return m_database ? m_database->noteResult(result) : result;
 }
 
 int64_t KCSQLiteStatement::columnInt64(int column) const
@@ -174,27 +175,35 @@ KCSQLiteDatabase::~KCSQLiteDatabase()
 
 bool KCSQLiteDatabase::execute(const std::string& sql, KCError* error)
 {
-    if (sqlite3_exec(m_database, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (noteResult(sqlite3_exec(m_database, sql.c_str(), nullptr, nullptr, nullptr)) != SQLITE_OK)
         return failure(error, sql);
     return true;
+}
+
+int KCSQLiteDatabase::noteResult(int result)
+{
+    int primary = result & 0xFF;
+    if (primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB)
+        m_damaged = true;
+    return result;
 }
 
 KCSQLiteStatement KCSQLiteDatabase::prepare(const std::string& sql, KCError* error)
 {
     auto found = m_statements.find(sql);
     if (found != m_statements.end())
-        return KCSQLiteStatement(found->second, false);
+        return KCSQLiteStatement(found->second, false, this);
     constexpr size_t kCachedStatements = 256;
     bool cache = m_statements.size() < kCachedStatements;
     sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v3(m_database, sql.c_str(), static_cast<int>(sql.size()), cache ? SQLITE_PREPARE_PERSISTENT : 0, &statement, nullptr) != SQLITE_OK) {
+    if (noteResult(sqlite3_prepare_v3(m_database, sql.c_str(), static_cast<int>(sql.size()), cache ? SQLITE_PREPARE_PERSISTENT : 0, &statement, nullptr)) != SQLITE_OK) {
         failure(error, sql);
         sqlite3_finalize(statement);
-        return KCSQLiteStatement(nullptr, false);
+        return KCSQLiteStatement(nullptr, false, this);
     }
     if (cache)
         m_statements.emplace(sql, statement);
-    return KCSQLiteStatement(statement, !cache);
+    return KCSQLiteStatement(statement, !cache, this);
 }
 
 int64_t KCSQLiteDatabase::lastInsertRowID() const

@@ -2,7 +2,7 @@
 // A thin owner of one SQLite connection: statements prepared once and kept,
 // values bound and read by attribute type. Not thread-safe by itself; the
 // store serialises every use under its coordinator's lock.
-// Errors: open, execute and prepare answer nothing (false, an empty statement) and fill *error with SQLite's message.
+// Errors: open, execute and prepare answer nothing (false, an empty statement) and fill *error with SQLite's message; a damaged file is remembered (isDamaged).
 #include "KCManagedObjectModel.h"
 #include "KCStoreError.h"
 #include "Utilities/KCValue.h"
@@ -14,14 +14,17 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
+class KCSQLiteDatabase;
 
 // A prepared statement in use; resets it and clears its bindings when done.
 class KCSQLiteStatement {
 public:
     // An owned statement is finalized when done; a cached one is only reset.
-    KCSQLiteStatement(sqlite3_stmt* statement, bool owned) : m_statement(statement), m_owned(owned) {}
+    KCSQLiteStatement(sqlite3_stmt* statement, bool owned, KCSQLiteDatabase* database)
+        : m_statement(statement), m_owned(owned), m_database(database) {}
     ~KCSQLiteStatement();
-    KCSQLiteStatement(KCSQLiteStatement&& other) noexcept : m_statement(other.m_statement), m_owned(other.m_owned) { other.m_statement = nullptr; }
+    KCSQLiteStatement(KCSQLiteStatement&& other) noexcept
+        : m_statement(other.m_statement), m_owned(other.m_owned), m_database(other.m_database) { other.m_statement = nullptr; }
     KCSQLiteStatement(const KCSQLiteStatement&) = delete;
     KCSQLiteStatement& operator=(const KCSQLiteStatement&) = delete;
 
@@ -48,6 +51,7 @@ public:
 private:
     sqlite3_stmt* m_statement;
     bool m_owned;
+    KCSQLiteDatabase* m_database;
 };
 
 class KCSQLiteDatabase {
@@ -67,8 +71,16 @@ public:
 
     sqlite3* handle() const { return m_database; }
 
+    // Once any statement has found the file damaged (SQLITE_CORRUPT,
+    // SQLITE_NOTADB), the store must not write to it: a write could spread
+    // the damage over pages that are still good.
+    bool isDamaged() const { return m_damaged; }
+    // Notes a result code of SQLite; answers it unchanged.
+    int noteResult(int result);
+
 private:
     explicit KCSQLiteDatabase(sqlite3* database) : m_database(database) {}
     sqlite3* m_database;
+    bool m_damaged = false;
     std::unordered_map<std::string, sqlite3_stmt*> m_statements;
 };

@@ -22,6 +22,7 @@ enum KCStoreErrorCode : int64_t {
     KCStoreErrorInvalidFetch = 11,
     KCStoreErrorObjectDeleted = 12,
     KCStoreErrorInvalidValue = 13,
+    KCStoreErrorDamaged = 14,
 };
 
 // KCSetError with a store error.

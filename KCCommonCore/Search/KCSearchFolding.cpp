@@ -19,7 +19,7 @@ std::u16string StringCopyFlattenedForSearch(std::u16string_view text)
 std::u16string KCFoldForCompareFlags(std::u16string_view text, uint64_t flags)
 {
     std::u16string folded;
-    KCFoldText(text, {flags & StringCompareFlagsForSearch(), false}, folded);
+    KCFoldText(text, {flags & StringCompareFlagsForSearch(), false, true}, folded);
     return folded;
 }
 

@@ -46,7 +46,8 @@ std::u16string StringCopyFlattenedForSearch(std::u16string_view text);
 std::optional<std::u16string> StringCopyLongestWordInString(std::u16string_view text);
 
 // The fold that the comparison options in `flags` imply (only the three
-// bits above count), without quote folding: two texts compare equal under
+// bits above count), without quote folding; case is ignored by full case
+// folding (final sigma, ß and SS match): two texts compare equal under
 // `flags` exactly when their folds are equal. Use the fold as a lookup key.
 std::u16string KCFoldForCompareFlags(std::u16string_view text, uint64_t flags);
 bool KCStringsEqualWithCompareFlags(std::u16string_view a, std::u16string_view b, uint64_t flags);

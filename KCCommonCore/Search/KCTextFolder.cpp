@@ -84,7 +84,7 @@ char16_t foldFastUnit(char16_t unit, KCFoldOptions options)
     return options.foldQuotes ? foldQuoteMark(unit) : unit;
 }
 
-icu::UnicodeString lowercased(std::u16string_view text, icu::Edits* edits)
+icu::UnicodeString lowercased(std::u16string_view text, bool foldCase, icu::Edits* edits)
 {
     icu::UnicodeString result;
     int32_t length = static_cast<int32_t>(text.size());
@@ -94,7 +94,8 @@ icu::UnicodeString lowercased(std::u16string_view text, icu::Edits* edits)
         if (edits)
             edits->reset();
         char16_t* buffer = result.getBuffer(capacity);
-        int32_t written = icu::CaseMap::toLower("", 0, text.data(), length, buffer, capacity, edits, status);
+        int32_t written = foldCase ? icu::CaseMap::fold(U_FOLD_CASE_DEFAULT, text.data(), length, buffer, capacity, edits, status)
+                                   : icu::CaseMap::toLower("", 0, text.data(), length, buffer, capacity, edits, status);
         result.releaseBuffer(U_SUCCESS(status) ? written : 0);
         if (status == U_BUFFER_OVERFLOW_ERROR) {
             capacity = written;
@@ -132,7 +133,7 @@ void appendFolded(const icu::UnicodeString& folded, KCFoldOptions options, std::
 void foldWithICU(std::u16string_view text, KCFoldOptions options, std::u16string& out)
 {
     icu::UnicodeString folded = (options.flags & KCCaseInsensitiveCompare)
-        ? lowercased(text, nullptr)
+        ? lowercased(text, options.foldCase, nullptr)
         : icu::UnicodeString(text.data(), static_cast<int32_t>(text.size()));
     applyTransforms(folded, options.flags);
     appendFolded(folded, options, out);
@@ -173,7 +174,7 @@ void foldWithICUKeepingSources(std::u16string_view text, uint32_t offset, KCFold
 {
     icu::Edits edits;
     bool lowered = options.flags & KCCaseInsensitiveCompare;
-    icu::UnicodeString lower = lowered ? lowercased(text, &edits) : icu::UnicodeString(false, text.data(), static_cast<int32_t>(text.size()));
+    icu::UnicodeString lower = lowered ? lowercased(text, options.foldCase, &edits) : icu::UnicodeString(false, text.data(), static_cast<int32_t>(text.size()));
     icu::Edits::Iterator toSource = edits.getFineIterator();
     auto sourceIndex = [&](int32_t index) {
         if (!lowered)

@@ -14,6 +14,7 @@ struct KCFoldSource {
 struct KCFoldOptions {
     uint64_t flags = 0;       // the comparison bits of KCSearchFolding.h
     bool foldQuotes = false;  // foldQuoteMark on every unit of the result
+    bool foldCase = false;    // full case folding instead of lower case, so final sigma and ß match
 };
 
 // Appends the fold of `text` to `out`. With `sources`, also appends one

@@ -3,6 +3,7 @@
 #include "Utilities/KCGLibPointer.h"
 #include "Utilities/KCStringConversion.h"
 
+#include <unicode/locid.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
@@ -137,7 +138,8 @@ bool KCURLAdditions::isStoreBook(const KCURL& URL)
     if (URL.scheme().starts_with(kStoreBookScheme))
         return true;
     icu::UnicodeString path = icu::UnicodeString::fromUTF8(URL.path());
-    path.toLower();
+    // Root rules: under a Turkish default locale "ISBN" would lower to a dotless ı.
+    path.toLower(icu::Locale::getRoot());
     return path.indexOf(icu::UnicodeString(u"/book/")) >= 0 || path.indexOf(icu::UnicodeString(u"/books/isbn")) >= 0;
 }
 

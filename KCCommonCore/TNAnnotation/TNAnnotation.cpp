@@ -36,7 +36,7 @@ std::u16string freshUUID()
     std::string text(uuid);
     g_free(uuid);
     for (char& c : text)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        c = g_ascii_toupper(c);
     return KCUTF16FromUTF8(text);
 }
 

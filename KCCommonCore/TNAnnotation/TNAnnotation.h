@@ -5,7 +5,7 @@
 // the user and the system date, every other change only the system date.
 // Some properties live in the spare futureProofing slots so that the schema
 // never had to change.
-// Errors: fetches answer nothing (per-book maps: empty) and fill *error without a context, for a predicate whose format did not parse, or when the store fails.
+// Errors: fetches answer nothing (per-book maps: empty) and fill *error without a context, for a predicate whose format did not parse, or when the store fails; only the version query logs.
 #include "Database/KCFetchRequest.h"
 #include "Database/KCManagedObject.h"
 #include "Database/KCManagedObjectContext.h"

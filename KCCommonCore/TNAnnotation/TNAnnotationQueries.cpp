@@ -3,8 +3,10 @@
 #include "TNAnnotation.h"
 
 #include "Utilities/KCLogger.h"
+#include "Utilities/KCStringConversion.h"
 
 #include <functional>
+#include <span>
 
 namespace {
 
@@ -35,10 +37,13 @@ bool hasContext(const KCManagedObjectContext* context, KCError* error)
 }
 
 // Book → what `pick` takes from its row, from a distinct dictionary fetch
-// grouped by the book and one more key. A failed fetch is handed to
-// `logFailure` and answers an empty dictionary.
-KCDictionary perBook(TNAnnotation::Predicate predicate, std::string groupKey, std::vector<KCPropertyToFetch> properties, KCManagedObjectContext& context,
-    KCError* error, const std::function<KCValue(const KCValue&)>& pick, const std::function<void(const KCError&)>& logFailure)
+// grouped by the book and one more key, the last row of a book winning. The
+// rows are streamed: a grouping by date makes nearly a row per annotation,
+// and only the last one of each book is kept. `bookColumn` is the place of
+// "annotationAssetID" among the properties. A failed fetch answers an empty
+// dictionary.
+KCDictionary perBook(TNAnnotation::Predicate predicate, std::string groupKey, std::vector<KCPropertyToFetch> properties, size_t bookColumn,
+    KCManagedObjectContext& context, KCError* error, const std::function<KCValue(const std::vector<std::string>&, std::span<const KCValue>)>& pick)
 {
     KCFetchRequest request(TNAnnotation::entityName());
     request.resultType = KCFetchRequestResultType::Dictionary;
@@ -47,18 +52,28 @@ KCDictionary perBook(TNAnnotation::Predicate predicate, std::string groupKey, st
     request.returnsDistinctResults = true;
     request.predicate = std::move(predicate);
     KCDictionary books;
-    KCError failure;
-    auto rows = context.executeFetchRequest(request, &failure);
-    if (!rows) {
-        logFailure(failure);
-        KCSetError(error, std::move(failure));
-        return books;
-    }
-    for (const KCValue& row : *rows) {
-        const KCValue& book = row["annotationAssetID"];
-        if (book.string())
-            books.set(book.utf8String(), pick(row));
-    }
+    // Rows come grouped by book: a book's value is set once, when the next book starts.
+    std::u16string pendingBook;
+    std::optional<KCValue> pendingValue;
+    auto flush = [&] {
+        if (pendingValue)
+            books.set(KCUTF8FromUTF16(pendingBook), std::move(*pendingValue));
+        pendingValue.reset();
+    };
+    std::vector<std::string> names;
+    bool fetched = context.enumerateDictionaryResults(request, names, [&](std::span<const KCValue> values) {
+        const std::u16string* book = values[bookColumn].string();
+        if (!book)
+            return;
+        if (!pendingValue || *book != pendingBook) {
+            flush();
+            pendingBook = *book;
+        }
+        pendingValue = pick(names, values);
+    }, error);
+    if (!fetched)
+        return {};
+    flush();
     return books;
 }
 
@@ -210,18 +225,22 @@ std::optional<KCDictionary> TNAnnotation::maxModificationDateForAssetsWithPredic
     if (!hasContext(context, error))
         return std::nullopt;
     // Grouped by the date as well as the book: a book may yield several rows, and the last one read wins.
-    return perBook(std::move(predicate), "annotationModificationDate", {maxModificationDateExpressionDescription(), std::string("annotationAssetID")},
-        *context, error, [](const KCValue& row) { return row[maxModificationDateColumnName()]; },
-        [](const KCError& failure) { KCLog("Failed to fetch the latest modification dates: %@", failure.description()); });
+    return perBook(std::move(predicate), "annotationModificationDate", {maxModificationDateExpressionDescription(), std::string("annotationAssetID")}, 1,
+        *context, error, [](const std::vector<std::string>&, std::span<const KCValue> values) { return values[0]; });
 }
 
 std::optional<KCDictionary> TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(Predicate predicate, KCManagedObjectContext* context, KCError* error)
 {
     if (!hasContext(context, error))
         return std::nullopt;
-    return perBook(std::move(predicate), "futureProofing2", {std::string("annotationAssetID"), std::string("futureProofing2")},
-        *context, error, [](const KCValue& row) { return row; },
-        [](const KCError& failure) { KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", failure.description()); });
+    KCError failure;
+    KCDictionary books = perBook(std::move(predicate), "futureProofing2", {std::string("annotationAssetID"), std::string("futureProofing2")}, 0,
+        *context, &failure, [](const std::vector<std::string>& names, std::span<const KCValue> values) { return KCValue(KCDictionaryFromRow(names, values)); });
+    if (!failure.domain.empty()) {
+        KCLogger::sharedLogger()->logFile("TNAnnotation", 347, "Failed to fetch annotations {%@}", failure.description());
+        KCSetError(error, std::move(failure));
+    }
+    return books;
 }
 
 std::optional<KCDate> TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(KCManagedObjectContext* context, KCError* error)

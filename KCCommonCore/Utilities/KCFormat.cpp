@@ -2,7 +2,11 @@
 
 #include "KCStringConversion.h"
 
+#include <charconv>
+#include <clocale>
+#include <cmath>
 #include <cstdio>
+#include <locale.h>
 
 KCFormatArgument::KCFormatArgument(std::u16string_view value)
     : m_kind(Kind::Text), m_text(KCUTF8FromUTF16(value))
@@ -43,6 +47,28 @@ double KCFormatArgument::doubleValue() const
 }
 
 namespace {
+
+// The format strings are not localised, but GTK puts the process in the
+// user's locale: numbers are written in the C locale on this thread only.
+class CNumericLocaleScope {
+public:
+    CNumericLocaleScope()
+    {
+        static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
+        if (cLocale)
+            m_previous = uselocale(cLocale);
+    }
+    ~CNumericLocaleScope()
+    {
+        if (m_previous)
+            uselocale(m_previous);
+    }
+    CNumericLocaleScope(const CNumericLocaleScope&) = delete;
+    CNumericLocaleScope& operator=(const CNumericLocaleScope&) = delete;
+
+private:
+    locale_t m_previous = static_cast<locale_t>(nullptr);
+};
 
 enum class Length { None, Char, Short, Long, LongLong, Size };
 
@@ -165,6 +191,7 @@ void appendConversion(std::string& out, const Conversion& c, const KCFormatArgum
 
 std::string KCStringWithFormatArguments(std::string_view format, std::span<const KCFormatArgument> arguments)
 {
+    CNumericLocaleScope cLocale;
     std::string out;
     out.reserve(format.size() + 16 * arguments.size());
     size_t next = 0;
@@ -241,4 +268,84 @@ std::string KCStringWithFormatArguments(std::string_view format, std::span<const
         appendConversion(out, c, argument);
     }
     return out;
+}
+
+namespace {
+
+bool isDecimalDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+// The length of the decimal number at the start of `text`; 0 for none.
+size_t decimalNumberLength(std::string_view text, size_t& exponentStart)
+{
+    size_t i = 0;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-'))
+        ++i;
+    size_t digits = 0;
+    for (; i < text.size() && isDecimalDigit(text[i]); ++i)
+        ++digits;
+    if (i < text.size() && text[i] == '.') {
+        ++i;
+        for (; i < text.size() && isDecimalDigit(text[i]); ++i)
+            ++digits;
+    }
+    if (!digits)
+        return 0;
+    exponentStart = i;
+    if (i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
+        size_t j = i + 1;
+        if (j < text.size() && (text[j] == '+' || text[j] == '-'))
+            ++j;
+        if (j < text.size() && isDecimalDigit(text[j])) {
+            while (j < text.size() && isDecimalDigit(text[j]))
+                ++j;
+            return j;
+        }
+    }
+    return i;
+}
+
+// from_chars never consults the locale; it takes no leading '+'.
+std::optional<double> decimalValue(std::string_view number, bool& outOfRange)
+{
+    if (!number.empty() && number[0] == '+')
+        number.remove_prefix(1);
+    double value = 0;
+    auto result = std::from_chars(number.data(), number.data() + number.size(), value, std::chars_format::general);
+    outOfRange = result.ec == std::errc::result_out_of_range;
+    if (result.ec != std::errc() || result.ptr != number.data() + number.size())
+        return std::nullopt;
+    return value;
+}
+
+} // namespace
+
+std::optional<double> KCDoubleFromString(std::string_view text)
+{
+    size_t exponentStart = 0;
+    if (text.empty() || decimalNumberLength(text, exponentStart) != text.size())
+        return std::nullopt;
+    bool outOfRange = false;
+    return decimalValue(text, outOfRange);
+}
+
+double KCLeadingDoubleValue(std::string_view text)
+{
+    while (!text.empty() && (text.front() == ' ' || (text.front() >= '\t' && text.front() <= '\r')))
+        text.remove_prefix(1);
+    size_t exponentStart = 0;
+    size_t length = decimalNumberLength(text, exponentStart);
+    if (!length)
+        return 0;
+    std::string_view number = text.substr(0, length);
+    bool outOfRange = false;
+    if (std::optional<double> value = decimalValue(number, outOfRange))
+        return *value;
+    if (!outOfRange)
+        return 0;
+    bool tiny = exponentStart + 1 < length && number[exponentStart + 1] == '-';
+    double magnitude = tiny ? 0.0 : HUGE_VAL;
+    return number[0] == '-' ? -magnitude : magnitude;
 }

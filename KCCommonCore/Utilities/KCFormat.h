@@ -7,6 +7,7 @@
 #include "KCValue.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -69,3 +70,12 @@ std::string KCStringWithFormat(std::string_view format, const Args&... args)
         return KCStringWithFormatArguments(format, arguments);
     }
 }
+
+// Numbers read back as the formats above write them, whatever the process
+// locale: a decimal point, an optional sign and exponent, never hexadecimal,
+// infinity or NaN.
+// The whole text as such a number; nothing for anything else or out of range.
+std::optional<double> KCDoubleFromString(std::string_view text);
+// The number that leads the text after white space ("768px" reads 768); 0
+// without one, an infinity (or 0) when out of range.
+double KCLeadingDoubleValue(std::string_view text);

@@ -164,7 +164,7 @@ uint64_t KCKeyedArchiver::State::encode(const KCValue& value)
         // Negative values keep their bits: the archive's integers are signed 64-bit.
         return append(plist_new_uint(static_cast<uint64_t>(*value.int64Value())));
     case KCValue::Kind::Unsigned:
-        return append(plist_new_uint(*value.uint64Value()));
+        return append(KCPlistNewUnsigned(*value.uint64Value()));
     case KCValue::Kind::Double:
         return append(plist_new_real(*value.doubleValue()));
     case KCValue::Kind::String:

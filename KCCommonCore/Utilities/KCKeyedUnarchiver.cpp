@@ -156,6 +156,8 @@ struct KCKeyedUnarchiver::State {
         case PLIST_UINT: {
             uint64_t value = 0;
             plist_get_uint_val(entry, &value);
+            if (KCPlistIsLargeUnsigned(entry))
+                return KCValue(value);
             return KCValue(static_cast<int64_t>(value));
         }
         case PLIST_REAL: {

@@ -50,6 +50,8 @@ nlohmann::ordered_json jsonOf(const TNAnnotation& annotation)
     auto object = nlohmann::ordered_json::object();
     for (const auto& attribute : annotation.entity()->attributes())
         object[attribute.name] = KCJSONFromValue(annotation.valueForKey(attribute.name)).value_or(nullptr);
+    // An underline is stored as style 0 with its flag; the record answers 6, as the text output does.
+    object["annotationStyle"] = annotation.annotationStyle();
     return object;
 }
 
@@ -147,7 +149,12 @@ int readFailure(const KCError& error)
 std::shared_ptr<TNAnnotation> annotationNamed(Session& session, const Options& options, KCError* error)
 {
     auto uuid = textOption(options, "uuid");
-    return uuid ? TNAnnotation::annotationWithUUID(*uuid, std::nullopt, session.context.get(), error) : nullptr;
+    if (!uuid)
+        return nullptr;
+    // Any kind, the book's global annotation included, which the record's own
+    // look-up without a book leaves out.
+    auto annotations = TNAnnotation::annotationsForPredicate(KCPredicate::predicateWithFormat("annotationUuid == %@", KCValue(*uuid)), session.context.get(), error);
+    return annotations && !annotations->empty() ? annotations->back() : nullptr;
 }
 
 // Fields set from the command line, through the record's own setters so that dates are stamped.

@@ -3,6 +3,7 @@
 #include "app/PMCommand.h"
 
 #include "Search/KCLibraryFragmentFilter.h"
+#include "Utilities/KCFormat.h"
 
 #include <cerrno>
 #include <cmath>
@@ -58,12 +59,7 @@ inline std::optional<int64_t> PMParseInteger(const std::string& text)
 
 inline std::optional<double> PMParseDouble(const std::string& text)
 {
-    errno = 0;
-    char* end = nullptr;
-    double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end || errno || !std::isfinite(value))
-        return std::nullopt;
-    return value;
+    return KCDoubleFromString(text);
 }
 
 // --window, --load-factor and --hashes, checked so that no filter is made

@@ -1,43 +1,12 @@
 // pagemoor annotations against a real store file.
 #include "PMProgramRunner.h"
+#include "Database/tests/KCDamagedStore.h"
 #include "Utilities/tests/KCTestFiles.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <sqlite3.h>
-
-#include <fstream>
 
 namespace {
-
-// Fills the pages of the annotation table and its indexes with garbage. The
-// schema and the store metadata live on other pages, so the store still
-// opens, but every read of annotations fails.
-void damageAnnotationPages(const std::string& path)
-{
-    sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
-    int64_t pageSize = 0;
-    std::vector<int64_t> pages;
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(database, "PRAGMA page_size", -1, &statement, nullptr);
-    if (sqlite3_step(statement) == SQLITE_ROW)
-        pageSize = sqlite3_column_int64(statement, 0);
-    sqlite3_finalize(statement);
-    sqlite3_prepare_v2(database, "SELECT rootpage FROM sqlite_master WHERE tbl_name = 'TNAnnotation'", -1, &statement, nullptr);
-    while (sqlite3_step(statement) == SQLITE_ROW)
-        pages.push_back(sqlite3_column_int64(statement, 0));
-    sqlite3_finalize(statement);
-    sqlite3_close(database);
-    ASSERT_GT(pageSize, 0);
-    ASSERT_FALSE(pages.empty());
-    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-    for (int64_t page : pages) {
-        file.seekp((page - 1) * pageSize);
-        file.write(std::string(static_cast<size_t>(pageSize), '\xA5').data(), pageSize);
-    }
-    ASSERT_TRUE(file.good());
-}
 
 class AnnotationsCommandTest : public ::testing::Test {
 protected:
@@ -75,7 +44,7 @@ TEST_F(AnnotationsCommandTest, AddListChangeAndDelete)
     auto stored = byUuid(highlight);
     EXPECT_EQ(stored["annotationSelectedText"], "It was the best of times");
     EXPECT_EQ(stored["annotationNote"], "Opening");
-    EXPECT_EQ(stored["annotationStyle"], 0);  // 6 is kept as underline
+    EXPECT_EQ(stored["annotationStyle"], 6);  // stored as 0 with the underline flag; answered as 6
     EXPECT_EQ(stored["annotationIsUnderline"], true);
 
     EXPECT_EQ(run("set --uuid " + highlight + " --field annotationNote --value Changed").status, 0);
@@ -121,7 +90,7 @@ TEST_F(AnnotationsCommandTest, UnreadableStoreFailsInsteadOfListingNothing)
     EXPECT_EQ(none.status, 0) << none.err;
     EXPECT_EQ(none.out, "");
 
-    damageAnnotationPages(m_store);
+    KCDamageTablePages(m_store, "TNAnnotation");
     std::string damaged = KCReadTestFile(m_store);
     for (const char* command : {"list --asset book-1", "list --asset book-1 --json", "latest", "latest --json", "ranges --asset book-1"}) {
         PMProgramResult failed = run(command);
@@ -131,6 +100,32 @@ TEST_F(AnnotationsCommandTest, UnreadableStoreFailsInsteadOfListingNothing)
     }
     EXPECT_NE(run("delete --uuid 00000000-0000-0000-0000-000000000000").status, 0);
     EXPECT_EQ(KCReadTestFile(m_store), damaged);
+}
+
+// Once the store is found damaged, nothing more is written to it.
+TEST_F(AnnotationsCommandTest, DamagedStoreRefusesWrites)
+{
+    std::string kept = add("--asset book-1 --type 2 --selected 'kept'");
+    KCDamageTablePages(m_store, "TNAnnotation");
+    std::string damaged = KCReadTestFile(m_store);
+    PMProgramResult added = run("add --asset book-1 --type 2 --selected 'more'");
+    EXPECT_NE(added.status, 0) << added.out;
+    EXPECT_NE(run("set --uuid " + kept + " --field annotationNote --value x").status, 0);
+    EXPECT_EQ(KCReadTestFile(m_store), damaged);
+}
+
+// The global annotation (type 3) of a book is reached by its uuid too.
+TEST_F(AnnotationsCommandTest, SetAndDeleteReachGlobalAnnotations)
+{
+    std::string global = add("--asset book-1 --type 3");
+    PMProgramResult set = run("set --uuid " + global + " --field annotationNote --value 'whole book'");
+    EXPECT_EQ(set.status, 0) << set.err;
+    auto listed = nlohmann::json::parse(run("list --asset book-1 --json").out);
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_EQ(listed[0]["annotationNote"], "whole book");
+    PMProgramResult deleted = run("delete --uuid " + global);
+    EXPECT_EQ(deleted.status, 0) << deleted.err;
+    EXPECT_EQ(nlohmann::json::parse(run("list --asset book-1 --json").out).size(), 0u);
 }
 
 } // namespace

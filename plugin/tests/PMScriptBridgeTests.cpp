@@ -78,6 +78,16 @@ TEST_F(PMScriptBridgeTest, FunctionCallsRunWithoutTheirObjectAndRestoreTheExcept
     EXPECT_EQ(pendingException(), "earlier");
 }
 
+TEST_F(PMScriptBridgeTest, AMissingCleanUpMemberIsSkippedWithoutALogLine)
+{
+    context->evaluate(u"var PMDOMCleanup = { didFinishDocumentLoad: function() { return 'ran'; }, notAFunction: 5 };");
+    PMLogCapture log;
+    EXPECT_EQ(executeJavaScriptFuncWithArgsInPage(u"PMDOMCleanup.didFinishLoad", {}, *page()), std::nullopt);
+    EXPECT_EQ(executeJavaScriptFuncWithArgsInPage(u"PMDOMCleanup.notAFunction", {}, *page()), std::nullopt);
+    EXPECT_EQ(log.text(), "");
+    EXPECT_EQ(executeJavaScriptFuncWithArgsInPage(u"PMDOMCleanup.didFinishDocumentLoad", {}, *page()), u"ran");
+}
+
 TEST_F(PMScriptBridgeTest, LoadStagesCallTheCleanUpFunctionsWithTheBookInfo)
 {
     context->evaluate(uR"(

@@ -1,6 +1,7 @@
 #include "PMPlugInTestSupport.h"
 #include "plugin/PMScriptBridge.h"
 #include "plugin/PMViewportAttributes.h"
+#include "Utilities/KCStringConversion.h"
 
 namespace {
 
@@ -91,6 +92,21 @@ TEST(PMViewportAttributesJSONTest, ClampsAndMarkers)
     EXPECT_FALSE(read(u""));
     EXPECT_FALSE(read(u"undefined"));
     EXPECT_FALSE(PMViewportAttributes::viewportAttributesWithJavaScriptResult(std::nullopt));
+}
+
+TEST(PMViewportAttributesJSONTest, OnlyAnObjectOfDecimalNumbersCounts)
+{
+    auto read = [](std::u16string_view json) { return PMViewportAttributes::viewportAttributesWithJavaScriptResult(std::u16string(json)); };
+    for (const char16_t* json : {u"[800, 600]", u"\"800\"", u"800", u"null"})
+        EXPECT_FALSE(read(json)) << KCUTF8FromUTF16(json);
+    // Hexadecimal and infinity read as no digits, so as 0, then 1.
+    auto attributes = read(uR"({"width":"0x50","height":"inf"})");
+    ASSERT_TRUE(attributes);
+    EXPECT_EQ(attributes->width(), 1.0);
+    EXPECT_EQ(attributes->height(), 1.0);
+    attributes = read(uR"({"width":" 768.5px","height":"1024"})");
+    ASSERT_TRUE(attributes);
+    EXPECT_EQ(attributes->viewportSizeForOuterSize({1, 1}), (KCSize {768.5, 1024}));
 }
 
 } // namespace

@@ -108,6 +108,11 @@ TEST_F(PMURLProtocolTest, InsensitiveKeyFallbackTakesTheFirstKeyInOrder)
     EXPECT_EQ(accented->events()[0].response.MIMEType, "first");
     EXPECT_EQ(load(request("b/text/style.css"))->events()[0].response.MIMEType, "text/css");
 
+    // Case folding, not lower-casing: the final sigma of the file matches the key's capital.
+    write("b/text/\u03BF\u03B4\u03BF\u03C2.css", "s{}");
+    PMURLProtocol::setBookResourceData(KCDictionary {{"/text/\u039F\u0394\u039F\u03A3.css", KCDictionary {{"mimeType", u"text/css"}}}});
+    EXPECT_EQ(load(request("b/text/\u03BF\u03B4\u03BF\u03C2.css"))->events()[0].response.MIMEType, "text/css");
+
     // No key matches: served as a plain file without a MIME type.
     write("b/text/other.css", "r{}");
     auto unknown = load(request("b/text/other.css"));

@@ -1,4 +1,5 @@
 #include "Database/KCManagedObjectContext.h"
+#include "KCDamagedStore.h"
 #include "KCStoreTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -255,6 +256,74 @@ TEST(KCStoreFiles, NewerAndForeignFilesAreRefusedUntouched)
         EXPECT_EQ(error.code, code) << name;
         EXPECT_EQ(KCReadTestFile(directory.file(name)), before) << name;
     }
+}
+
+// A damaged file may still open and even accept a write into pages that are
+// intact; after the first statement that finds damage, nothing is written.
+TEST(KCStore, DamagedStoreIsNeverWrittenAgain)
+{
+    KCScratchDirectory directory;
+    const std::string path = directory.file("Items.sqlite");
+    {
+        auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
+        KCManagedObjectContext context(coordinator);
+        insertItem(context, u"kept", 1);
+        ASSERT_TRUE(context.save());
+    }
+    KCDamageTablePages(path, "Item");
+    const std::string damaged = KCReadFileBytes(path);
+    auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
+    ASSERT_TRUE(coordinator);
+    KCManagedObjectContext context(coordinator);
+    KCError error;
+    EXPECT_FALSE(context.entity("Item", KCPredicate::predicateWithValue(true), "sortKey", true, 0, &error));
+    EXPECT_EQ(error.domain, KCSQLiteErrorDomain);
+    EXPECT_EQ(error.code & 0xFF, SQLITE_CORRUPT);
+
+    insertItem(context, u"more", 2);
+    KCError refused;
+    EXPECT_FALSE(context.save(&refused));
+    EXPECT_EQ(refused.domain, KCStoreErrorDomain);
+    EXPECT_EQ(refused.code, KCStoreErrorDamaged);
+    EXPECT_EQ(KCReadFileBytes(path), damaged);
+}
+
+// An index that joins the model is added when an existing store is opened.
+TEST(KCStore, IndexesNewToTheModelAreAddedToOlderStores)
+{
+    KCScratchDirectory directory;
+    ASSERT_TRUE(KCOpenTestStore(directory.url("Items.sqlite")));
+    std::string json = KCTestModelJSON();
+    json.insert(json.find(R"("attributes")"), R"("indexes": [["title", "when"]], )");
+    auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCManagedObjectModel::modelWithJSON(json));
+    ASSERT_TRUE(coordinator->addPersistentStore("SQLite", directory.url("Items.sqlite"), {true, true}, nullptr));
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open_v2(directory.file("Items.sqlite").c_str(), &database, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_prepare_v2(database, "SELECT 1 FROM sqlite_master WHERE name = 'Item_index_title_when'", -1, &statement, nullptr);
+    EXPECT_EQ(sqlite3_step(statement), SQLITE_ROW);
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+}
+
+// Distinct grouped rows: those that hide a group key can repeat and are
+// merged; those that show every key are one per group.
+TEST(KCStore, GroupedFetchesStayDistinct)
+{
+    KCScratchDirectory directory;
+    auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
+    KCManagedObjectContext context(coordinator);
+    for (const char16_t* title : {u"a", u"a", u"b", u"b", u"c"})
+        insertItem(context, title, 0)->setValue(KCValue(KCDate {7}), "when");
+    ASSERT_TRUE(context.save());
+    KCFetchRequest request("Item");
+    request.resultType = KCFetchRequestResultType::Dictionary;
+    request.propertiesToGroupBy = {"title"};
+    request.returnsDistinctResults = true;
+    request.propertiesToFetch = {KCExpressionDescription("latest", "max:", "when", KCAttributeType::Date)};
+    EXPECT_EQ(context.executeFetchRequest(request)->size(), 1u);
+    request.propertiesToFetch = {KCExpressionDescription("first", "min:", "title", KCAttributeType::String), KCExpressionDescription("latest", "max:", "when", KCAttributeType::Date)};
+    EXPECT_EQ(context.executeFetchRequest(request)->size(), 3u);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "Search/KCBloomFilter.h"
 #include "Search/KCSearchCoding.h"
 
+#include "Utilities/tests/KCTestLocale.h"
+
 #include <gtest/gtest.h>
 
 #include <malloc.h>
@@ -171,6 +173,18 @@ TEST(KCBloomFilter, RoundTripsThroughAnArchive)
         auto characters = characterKey(key);
         EXPECT_EQ(decoded->mightContainKey(&characters), filter->mightContainKey(&view));
     }
+}
+
+TEST(KCBloomFilter, UsageDescriptionIgnoresTheUsersLocale)
+{
+    KCBloomFilter filter({64, 1.0, 1}, KCBloomFilterCharacterHashProvider());
+    std::u16string key = u"word";
+    auto characters = characterKey(key);
+    filter.addKey(&characters);
+    std::string inC = filter.usageDescription();
+    EXPECT_NE(inC.find('.'), std::string::npos);
+    KC_IN_LOCALE(german, "de_DE.UTF-8");
+    EXPECT_EQ(filter.usageDescription(), inC);
 }
 
 } // namespace

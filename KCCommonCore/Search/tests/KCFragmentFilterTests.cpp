@@ -227,4 +227,21 @@ TEST(KCFragmentFilterArchives, HostileArchivesDecodeToNothing)
     expectRejected(large, "huge declared length");
 }
 
+TEST(KCLibraryFragmentFilter, LargeUnsignedIdentifiersStayApartThroughAnArchive)
+{
+    // 2^63 and -2^63, 2^64-1 and -1 have the same bits.
+    auto library = std::make_shared<KCLibraryFragmentFilter>(KCLibraryFilterSpecification {1.0, 1, 4});
+    const uint64_t top = uint64_t(1) << 63;
+    library->addDocument(u"it was the best of times", KCValue(top));
+    library->addDocument(u"it was the worst of times", KCValue(INT64_MIN));
+    library->addDocument(u"a tale of two cities", KCValue(UINT64_MAX));
+    KCData archive = KCKeyedArchiver::archivedDataWithRootObject(KCValue(library));
+    auto decoded = KCLibraryFragmentFilter::unarchivedFilter(archive);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->documentCount(), 3u);
+    EXPECT_EQ(stringsOf(decoded->allIdentifiers()), stringsOf(library->allIdentifiers()));
+    EXPECT_EQ(stringsOf(decoded->candidateIdentifiersForQuery(u"best")), std::set<std::string> {"9223372036854775808"});
+    EXPECT_EQ(stringsOf(decoded->candidateIdentifiersForQuery(u"cities")), std::set<std::string> {"18446744073709551615"});
+}
+
 } // namespace

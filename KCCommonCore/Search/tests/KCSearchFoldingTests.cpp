@@ -55,6 +55,16 @@ TEST(KCSearchFolding, CompareFlagsSelectTheFold)
     EXPECT_EQ(KCFoldForCompareFlags(u"\uFF21\u00C9", KCWidthInsensitiveCompare), u"A\u00C9");
 }
 
+TEST(KCSearchFolding, CaseInsensitiveCompareUsesFullCaseFolding)
+{
+    // Lower-casing alone keeps a final sigma apart from a medial one and ß from SS.
+    EXPECT_TRUE(KCStringsEqualWithCompareFlags(u"/text/\u039F\u0394\u039F\u03A3.css", u"/text/\u03BF\u03B4\u03BF\u03C2.css", 0x181));
+    EXPECT_TRUE(KCStringsEqualWithCompareFlags(u"Stra\u00DFe", u"STRASSE", KCCaseInsensitiveCompare));
+    EXPECT_FALSE(KCStringsEqualWithCompareFlags(u"\u03C3", u"\u03C2", 0));
+    // The search fold keeps lower case.
+    EXPECT_EQ(flat(u"\u00DF"), u"\u00DF");
+}
+
 TEST(KCSearchFolding, LongestWordKeepsItsLimits)
 {
     EXPECT_EQ(StringCopyLongestWordInString(u"a bb ccc dd eee"), u"ccc");

@@ -1,5 +1,7 @@
 #include "Sharing/KCURLAdditions.h"
 
+#include "Utilities/tests/KCTestLocale.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -79,6 +81,17 @@ TEST(KCURLAdditions, StoreHostFromTheEnvironment)
     EXPECT_EQ(KCURLAdditions::storeHost(), "other.example.com");
     KCURLAdditions::setStoreHost(std::nullopt);
     unsetenv(KCStoreHostEnvironmentVariable);
+}
+
+TEST(KCURLAdditions, StoreBooksIgnoreTheUsersLocale)
+{
+    KCURLAdditions::setStoreHost("books.example.net");
+    {
+        KC_IN_LOCALE(turkish, "tr_TR.UTF-8");
+        EXPECT_TRUE(KCURLAdditions::isStoreBook(url("https://books.example.net/books/ISBN9780306406157")));
+        EXPECT_TRUE(KCURLAdditions::isStoreURL(url("https://BOOKS.EXAMPLE.NET/")));
+    }
+    KCURLAdditions::setStoreHost(std::nullopt);
 }
 
 } // namespace

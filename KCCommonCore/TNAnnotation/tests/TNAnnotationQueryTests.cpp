@@ -1,8 +1,12 @@
 #include "TNAnnotationTestSupport.h"
 
 #include "Utilities/KCBundle.h"
+#include "Utilities/KCLogger.h"
 
 #include <nlohmann/json.hpp>
+#include <sqlite3.h>
+
+#include <algorithm>
 
 #include <set>
 
@@ -189,6 +193,98 @@ TEST(TNAnnotationQueries, OlderModelVersionMigrates)
     EXPECT_EQ((*annotations)[1]->annotationNote(), u"kept");
     (*annotations)[1]->setFutureProofing(12, KCValue(u"new slot"));
     EXPECT_TRUE(scratch.store->saveManagedObjectContext(*context));
+}
+
+// The per-book latest date is read row by row; it must stay what the
+// grouping by book and date answers when every row is a dictionary.
+TEST(TNAnnotationQueries, LatestDatePerBookMatchesTheFullGrouping)
+{
+    TNScratchStore scratch;
+    auto context = scratch.store->newManagedObjectContext();
+    const char16_t* books[] = {u"Z", u"A", u"M"};
+    for (int i = 0; i < 60; ++i) {
+        auto annotation = TNAnnotation::insertAnnotationWithAssetID(std::u16string_view(books[i % 3]), u"me", std::nullopt, context.get());
+        annotation->setAnnotationDeleted(i % 7 == 0);
+        annotation->setAnnotationModificationDate(KCDate {1e9 + (i * 37 % 23)});  // repeated dates, out of order
+    }
+    TNAnnotation::insertAnnotationWithAssetID(u"B", u"me", std::nullopt, context.get())->setAnnotationModificationDate(KCDate {5e9});
+    ASSERT_TRUE(scratch.store->saveManagedObjectContext(*context));
+
+    for (bool deleted : {false, true}) {
+        auto predicate = TNAnnotation::predicateForAllAnnotationsIncludingDeleted(deleted);
+        KCFetchRequest request(TNAnnotation::entityName());
+        request.resultType = KCFetchRequestResultType::Dictionary;
+        request.propertiesToGroupBy = {"annotationAssetID", "annotationModificationDate"};
+        request.propertiesToFetch = {TNAnnotation::maxModificationDateExpressionDescription(), std::string("annotationAssetID")};
+        request.returnsDistinctResults = true;
+        request.predicate = predicate;
+        auto rows = context->executeFetchRequest(request);
+        ASSERT_TRUE(rows);
+        KCDictionary expected;
+        for (const KCValue& row : *rows)
+            expected.set(row["annotationAssetID"].utf8String(), row["maxModificationDate"]);
+        auto latest = TNAnnotation::maxModificationDateForAssetsWithPredicate(predicate, context.get());
+        ASSERT_TRUE(latest);
+        EXPECT_EQ(*latest, expected);
+        EXPECT_EQ(KCValue(*latest).description(), KCValue(expected).description());  // the same key order
+        EXPECT_EQ(latest->size(), 4u);
+    }
+}
+
+// Only the version query writes a line when a fetch fails.
+TEST(TNAnnotationQueries, OnlyTheVersionQueryLogsAFailedFetch)
+{
+    Library library;
+    KCManagedObjectContext* context = library.context.get();
+    KCScratchDirectory logs;
+    KCLogger& logger = *KCLogger::sharedLogger();
+    logger.setAuxPath(logs.file("queries.log"));
+    logger.setLogToFileOnly(true);
+    auto typo = KCPredicate::predicateWithFormat("annotationAssetID == %@ AND (", KCValue(u"A"));
+    std::string parseLine = KCReadFileBytes(logs.file("queries.log"));
+    EXPECT_FALSE(TNAnnotation::annotationsForPredicate(typo, context));
+    EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(typo, context)->empty());
+    EXPECT_FALSE(TNAnnotation::dictionaryResultsForAssetsWithPredicate(typo, {std::string("annotationUuid")}, context));
+    EXPECT_EQ(KCReadFileBytes(logs.file("queries.log")), parseLine);
+    EXPECT_TRUE(TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(typo, context)->empty());
+    std::string log = KCReadFileBytes(logs.file("queries.log")).substr(parseLine.size());
+    logger.setAuxPath(std::nullopt);
+    logger.setLogToFileOnly(false);
+    EXPECT_NE(log.find("[TNAnnotation:347] Failed to fetch annotations {"), std::string::npos) << log;
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
+}
+
+// The index that serves the latest dates is made in new stores and added to
+// stores made before it existed.
+TEST(TNAnnotationQueries, StoresGetTheLatestDateIndex)
+{
+    const std::string name = "TNAnnotation_index_annotationAssetID_annotationModificationDate_annotationDeleted";
+    auto hasIndex = [&](const std::string& path) {
+        sqlite3* database = nullptr;
+        sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READONLY, nullptr);
+        sqlite3_stmt* statement = nullptr;
+        sqlite3_prepare_v2(database, "SELECT 1 FROM sqlite_master WHERE type = 'index' AND name = ?", -1, &statement, nullptr);
+        sqlite3_bind_text(statement, 1, name.c_str(), -1, SQLITE_TRANSIENT);
+        bool found = sqlite3_step(statement) == SQLITE_ROW;
+        sqlite3_finalize(statement);
+        sqlite3_close(database);
+        return found;
+    };
+    TNScratchStore scratch;
+    EXPECT_TRUE(hasIndex(scratch.path()));
+    scratch.store.reset();
+    std::filesystem::remove(scratch.path());
+
+    auto json = nlohmann::json::parse(*KCCommonCoreBundle().resourceData("Annotations", "json"));
+    json["entities"][0]["indexes"].erase(json["entities"][0]["indexes"].end() - 1);
+    {
+        auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCManagedObjectModel::modelWithJSON(json.dump()));
+        ASSERT_TRUE(coordinator->addPersistentStore("SQLite", scratch.url(), {true, true}, nullptr));
+    }
+    ASSERT_FALSE(hasIndex(scratch.path()));
+    scratch.reopen();
+    ASSERT_TRUE(scratch.store->persistentStore());
+    EXPECT_TRUE(hasIndex(scratch.path()));
 }
 
 } // namespace

@@ -1,5 +1,9 @@
 #include "Utilities/KCFormat.h"
 
+#include "Utilities/tests/KCTestLocale.h"
+
+#include <cmath>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -36,6 +40,36 @@ TEST(KCFormat, MissingAndMismatchedArgumentsAreSafe)
     EXPECT_EQ(KCStringWithFormat("%@", KCValue()), "(null)");
     EXPECT_EQ(KCStringWithFormat("100%% sure %q %"), "100% sure %q %");
     EXPECT_EQ(KCStringWithFormat("%d %d", 1), "1 0");
+}
+
+TEST(KCFormat, NumbersIgnoreTheUsersLocale)
+{
+    for (const char* name : {"de_DE.UTF-8", "tr_TR.UTF-8"}) {
+        SCOPED_TRACE(name);
+        KC_IN_LOCALE(locale, name);
+        EXPECT_EQ(KCStringWithFormat("%f", 723456789.123456), "723456789.123456");
+        EXPECT_EQ(KCStringWithFormat("%g|%.2f", 0.25, 3.14159), "0.25|3.14");
+        EXPECT_EQ(KCStringWithFormat("%'d", 1234567), "1234567");  // no grouping either
+        EXPECT_EQ(KCDoubleFromString("723456789.123456"), 723456789.123456);
+        EXPECT_EQ(KCLeadingDoubleValue(" 768.5px"), 768.5);
+    }
+}
+
+TEST(KCFormat, ReadsOnlyDecimalNumbers)
+{
+    EXPECT_EQ(KCDoubleFromString("-1.5e3"), -1500.0);
+    EXPECT_EQ(KCDoubleFromString("+2"), 2.0);
+    EXPECT_EQ(KCDoubleFromString(".5"), 0.5);
+    for (const char* text : {"", "1,5", "0x50", "inf", "nan", "1e999", " 1", "1 ", "1e", "."})
+        EXPECT_FALSE(KCDoubleFromString(text)) << text;
+
+    EXPECT_EQ(KCLeadingDoubleValue("1e3x"), 1000.0);
+    EXPECT_EQ(KCLeadingDoubleValue("12e"), 12.0);
+    EXPECT_EQ(KCLeadingDoubleValue("0x50"), 0.0);
+    EXPECT_EQ(KCLeadingDoubleValue("inf"), 0.0);
+    EXPECT_EQ(KCLeadingDoubleValue("px"), 0.0);
+    EXPECT_EQ(KCLeadingDoubleValue("-1e999"), -HUGE_VAL);
+    EXPECT_EQ(KCLeadingDoubleValue("1e-999"), 0.0);
 }
 
 } // namespace

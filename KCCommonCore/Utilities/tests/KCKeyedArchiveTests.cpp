@@ -393,4 +393,21 @@ TEST_F(KCKeyedArchiveTest, RegistrationAndDecodingRunConcurrently)
         thread.join();
 }
 
+TEST_F(KCKeyedArchiveTest, IntegersKeepTheirSignedness)
+{
+    const uint64_t top = uint64_t(1) << 63;
+    for (const KCValue& value : {KCValue(top), KCValue(UINT64_MAX), KCValue(int64_t(-1)), KCValue(INT64_MIN), KCValue(INT64_MAX)}) {
+        auto decoded = roundTrip(KCValue(KCArray {value}));
+        ASSERT_TRUE(decoded) << value.description();
+        const KCValue& item = decoded->array()->front();
+        EXPECT_EQ(item.description(), value.description());
+        EXPECT_EQ(item.uint64Value(), value.uint64Value()) << value.description();
+        EXPECT_EQ(item.int64Value(), value.int64Value()) << value.description();
+    }
+    // Other tools read the unsigned value as written.
+    int status = 0;
+    std::string xml = KCPlistAsXML(KCKeyedArchiver::archivedDataWithRootObject(KCValue(UINT64_MAX)), status);
+    EXPECT_NE(xml.find("18446744073709551615"), std::string::npos) << xml;
+}
+
 } // namespace
