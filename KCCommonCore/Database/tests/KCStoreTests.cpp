@@ -260,7 +260,7 @@ TEST(KCStoreFiles, NewerAndForeignFilesAreRefusedUntouched)
 
 // A damaged file may still open and even accept a write into pages that are
 // intact; after the first statement that finds damage, nothing is written.
-TEST(KCStore, DamagedStoreIsNeverWrittenAgain)
+TEST(KCStoreFiles, DamagedStoreIsNeverWrittenAgain)
 {
     KCScratchDirectory directory;
     const std::string path = directory.file("Items.sqlite");
@@ -271,7 +271,7 @@ TEST(KCStore, DamagedStoreIsNeverWrittenAgain)
         ASSERT_TRUE(context.save());
     }
     KCDamageTablePages(path, "Item");
-    const std::string damaged = KCReadFileBytes(path);
+    const std::string damaged = KCReadTestFile(path);
     auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));
     ASSERT_TRUE(coordinator);
     KCManagedObjectContext context(coordinator);
@@ -285,11 +285,11 @@ TEST(KCStore, DamagedStoreIsNeverWrittenAgain)
     EXPECT_FALSE(context.save(&refused));
     EXPECT_EQ(refused.domain, KCStoreErrorDomain);
     EXPECT_EQ(refused.code, KCStoreErrorDamaged);
-    EXPECT_EQ(KCReadFileBytes(path), damaged);
+    EXPECT_EQ(KCReadTestFile(path), damaged);
 }
 
 // An index that joins the model is added when an existing store is opened.
-TEST(KCStore, IndexesNewToTheModelAreAddedToOlderStores)
+TEST(KCStoreFiles, IndexesNewToTheModelAreAddedToOlderStores)
 {
     KCScratchDirectory directory;
     ASSERT_TRUE(KCOpenTestStore(directory.url("Items.sqlite")));
@@ -308,7 +308,7 @@ TEST(KCStore, IndexesNewToTheModelAreAddedToOlderStores)
 
 // Distinct grouped rows: those that hide a group key can repeat and are
 // merged; those that show every key are one per group.
-TEST(KCStore, GroupedFetchesStayDistinct)
+TEST(KCStoreFiles, GroupedFetchesStayDistinct)
 {
     KCScratchDirectory directory;
     auto coordinator = KCOpenTestStore(directory.url("Items.sqlite"));

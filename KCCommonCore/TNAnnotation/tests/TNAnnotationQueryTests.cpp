@@ -241,13 +241,13 @@ TEST(TNAnnotationQueries, OnlyTheVersionQueryLogsAFailedFetch)
     logger.setAuxPath(logs.file("queries.log"));
     logger.setLogToFileOnly(true);
     auto typo = KCPredicate::predicateWithFormat("annotationAssetID == %@ AND (", KCValue(u"A"));
-    std::string parseLine = KCReadFileBytes(logs.file("queries.log"));
+    std::string parseLine = KCReadTestFile(logs.file("queries.log"));
     EXPECT_FALSE(TNAnnotation::annotationsForPredicate(typo, context));
     EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(typo, context)->empty());
     EXPECT_FALSE(TNAnnotation::dictionaryResultsForAssetsWithPredicate(typo, {std::string("annotationUuid")}, context));
-    EXPECT_EQ(KCReadFileBytes(logs.file("queries.log")), parseLine);
+    EXPECT_EQ(KCReadTestFile(logs.file("queries.log")), parseLine);
     EXPECT_TRUE(TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(typo, context)->empty());
-    std::string log = KCReadFileBytes(logs.file("queries.log")).substr(parseLine.size());
+    std::string log = KCReadTestFile(logs.file("queries.log")).substr(parseLine.size());
     logger.setAuxPath(std::nullopt);
     logger.setLogToFileOnly(false);
     EXPECT_NE(log.find("[TNAnnotation:347] Failed to fetch annotations {"), std::string::npos) << log;
