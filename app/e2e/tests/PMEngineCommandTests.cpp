@@ -11,6 +11,39 @@ namespace {
 
 using EngineCommands = PMProgramTest;
 
+// Real books: the index lets a search skip the documents without the phrase,
+// and the context is the sentence as the book's page shows it.
+TEST_F(EngineCommands, RealBooksAreIndexedAndSearched)
+{
+    struct Case {
+        const char* book;
+        const char* phrase;
+        const char* href;
+    };
+    for (const Case& sample : {Case {"childrens-literature", "difficulties of classification", "EPUB/s04.xhtml"},
+             Case {"georgia-cfi", "Georgia", nullptr}}) {
+        std::string book = std::string(PM_SOURCE_DIR) + "/app/e2e/books/" + sample.book + ".epub";
+        std::string library = m_root + "/" + sample.book + ".library";
+        PMTestProgramResult index = PMRunPagemoor("index " + book + " -o " + library + " --json");
+        ASSERT_EQ(index.status, 0) << sample.book << ": " << index.errors;
+        int documents = nlohmann::json::parse(index.output)["documents"];
+        PMTestProgramResult search = PMRunPagemoor("search " + book + " '" + sample.phrase + "' --library " + library + " --json");
+        ASSERT_EQ(search.status, 0) << sample.book << ": " << search.errors;
+        auto json = nlohmann::json::parse(search.output);
+        ASSERT_FALSE(json["contexts"].empty()) << sample.book;
+        EXPECT_EQ(json["documentsLoaded"].get<int>() + json["documentsSkipped"].get<int>(), documents);
+        EXPECT_GE(json["documentsSkipped"].get<int>(), 1) << sample.book;
+        for (const auto& context : json["contexts"]) {
+            std::string text = context["context"];
+            size_t at = context["rangeLocation"];
+            EXPECT_LE(at + context["rangeLength"].get<size_t>(), text.size() + 1) << text;
+            if (sample.href) {
+                EXPECT_EQ(context["href"], sample.href);
+            }
+        }
+    }
+}
+
 TEST_F(EngineCommands, IndexThenSearchSkipsDocumentsAndSnapshotWritesAPNG)
 {
     PMSampleBookOptions options;
