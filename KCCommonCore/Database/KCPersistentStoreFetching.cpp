@@ -96,11 +96,9 @@ bool KCPersistentStore::fetchRows(const KCFetchRequest& request, const KCEntityD
     sql += request.sortDescriptors.empty() ? " ORDER BY \"_pk\"" : ", \"_pk\"";
     if (applyLimit && request.fetchLimit)
         sql += " LIMIT " + std::to_string(request.fetchLimit);
-    auto statement = m_database->prepare(sql, error);
+    auto statement = m_database->prepare(sql, bindings, error);
     if (!statement)
         return false;
-    for (size_t i = 0; i < bindings.size(); ++i)
-        statement.bind(static_cast<int>(i + 1), bindings[i]);
     int result;
     while ((result = statement.step()) == SQLITE_ROW) {
         rows.emplace_back();
@@ -176,11 +174,9 @@ bool KCPersistentStore::enumerateDictionaryRows(const KCFetchRequest& request, c
         return false;
     if (request.fetchLimit)
         sql += " LIMIT " + std::to_string(request.fetchLimit);
-    auto statement = m_database->prepare(sql, error);
+    auto statement = m_database->prepare(sql, bindings, error);
     if (!statement)
         return false;
-    for (size_t i = 0; i < bindings.size(); ++i)
-        statement.bind(static_cast<int>(i + 1), bindings[i]);
     std::vector<KCValue> values(names.size());
     int result;
     while ((result = statement.step()) == SQLITE_ROW) {
@@ -209,11 +205,9 @@ std::optional<size_t> KCPersistentStore::count(const KCFetchRequest& request, co
     std::vector<KCValue> bindings;
     if (!appendWhere(request, entity, sql, bindings, error))
         return std::nullopt;
-    auto statement = m_database->prepare(sql, error);
+    auto statement = m_database->prepare(sql, bindings, error);
     if (!statement)
         return std::nullopt;
-    for (size_t i = 0; i < bindings.size(); ++i)
-        statement.bind(static_cast<int>(i + 1), bindings[i]);
     if (statement.step() != SQLITE_ROW) {
         m_database->failure(error, sql);
         return std::nullopt;

@@ -188,6 +188,14 @@ int KCSQLiteDatabase::noteResult(int result)
     return result;
 }
 
+KCSQLiteStatement KCSQLiteDatabase::prepare(const std::string& sql, const std::vector<KCValue>& bindings, KCError* error)
+{
+    auto statement = prepare(sql, error);
+    for (size_t i = 0; statement && i < bindings.size(); ++i)
+        statement.bind(static_cast<int>(i + 1), bindings[i]);
+    return statement;
+}
+
 KCSQLiteStatement KCSQLiteDatabase::prepare(const std::string& sql, KCError* error)
 {
     auto found = m_statements.find(sql);

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -65,6 +66,8 @@ public:
     // A statement for the SQL, cached unless the cache is full (long IN lists
     // make many one-off texts); empty on failure, with the error filled.
     KCSQLiteStatement prepare(const std::string& sql, KCError* error);
+    // The same, with `bindings` bound to the parameters in order, each by its own kind.
+    KCSQLiteStatement prepare(const std::string& sql, const std::vector<KCValue>& bindings, KCError* error);
     int64_t lastInsertRowID() const;
     // Fills the error from the connection's last failure; answers false.
     bool failure(KCError* error, std::string_view context) const;
