@@ -41,6 +41,9 @@ bool PMEngineSession::startEngine(const KCSize& viewSize, KCError* error)
         {"language", KCValue::fromUTF8(book->package().language)}};
     configuration.extensionDirectory = PMWebExtensionDirectory();
     configuration.viewSize = viewSize;
+    // Nothing of a command is on screen: the page is laid out and drawn all
+    // the same, without a window flashing up.
+    configuration.presentWindow = false;
     view = PMReaderWebView::create(configuration, error);
     return view != nullptr;
 }

@@ -20,7 +20,8 @@ struct PMEngineSession {
     // The book opened and its spine listed; the engine is not started, so
     // the caller can check its arguments against the book first.
     static std::unique_ptr<PMEngineSession> openBook(const std::string& epubPath, KCError* error);
-    // Starts the reader web view, and with it the engine, at the size.
+    // Starts the reader web view, and with it the engine, at the size; the
+    // view's window is never presented.
     bool startEngine(const KCSize& viewSize, KCError* error);
     size_t documentCount() const { return documentPaths.size(); }
     // The spine document's path relative to the contents path.
