@@ -2,16 +2,48 @@
 
 #include "KCLogger.h"
 
-#include <cairo.h>
+#include <png.h>
+
 #include <cstring>
 
 namespace {
 
-cairo_status_t appendToData(void* closure, const unsigned char* bytes, unsigned int length)
+void appendToData(png_structp png, png_bytep bytes, png_size_t length)
 {
-    auto* data = static_cast<KCData*>(closure);
+    auto* data = static_cast<KCData*>(png_get_io_ptr(png));
     data->insert(data->end(), bytes, bytes + length);
-    return CAIRO_STATUS_SUCCESS;
+}
+
+// One premultiplied ARGB32 row as straight RGBA bytes, rounded as cairo does.
+void unpremultiplyRow(const uint8_t* source, int width, uint8_t* target)
+{
+    for (int x = 0; x < width; ++x, source += 4, target += 4) {
+        uint32_t pixel;
+        std::memcpy(&pixel, source, 4);
+        const uint32_t alpha = pixel >> 24;
+        for (int channel = 0; channel < 3; ++channel) {
+            const uint32_t value = (pixel >> (16 - 8 * channel)) & 0xFF;
+            target[channel] = static_cast<uint8_t>(alpha ? (value * 255 + alpha / 2) / alpha : 0);
+        }
+        target[3] = static_cast<uint8_t>(alpha);
+    }
+}
+
+// The encoder reports failure by jumping back here; nothing that needs
+// destroying lives in this frame.
+bool writeRows(png_structp png, png_infop info, const KCImage& image, uint8_t* row)
+{
+    if (setjmp(png_jmpbuf(png)))
+        return false;
+    png_set_IHDR(png, info, static_cast<png_uint_32>(image.width), static_cast<png_uint_32>(image.height), 8, PNG_COLOR_TYPE_RGB_ALPHA,
+        PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    for (int y = 0; y < image.height; ++y) {
+        unpremultiplyRow(image.pixels.data() + static_cast<size_t>(y) * image.bytesPerRow, image.width, row);
+        png_write_row(png, row);
+    }
+    png_write_end(png, nullptr);
+    return true;
 }
 
 } // namespace
@@ -25,22 +57,20 @@ std::optional<KCData> KCImage::PNGData() const
             static_cast<unsigned long>(bytesPerRow), static_cast<unsigned long>(pixels.size()));
         return std::nullopt;
     }
-    // A surface of cairo's own stride, so that any row length of the engine works.
-    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
-    std::optional<KCData> png;
-    if (cairo_surface_status(surface) == CAIRO_STATUS_SUCCESS) {
-        cairo_surface_flush(surface);
-        unsigned char* target = cairo_image_surface_get_data(surface);
-        int stride = cairo_image_surface_get_stride(surface);
-        for (int row = 0; row < height; ++row)
-            std::memcpy(target + static_cast<size_t>(row) * static_cast<size_t>(stride), pixels.data() + static_cast<size_t>(row) * bytesPerRow, rowBytes);
-        cairo_surface_mark_dirty(surface);
-        KCData data;
-        if (cairo_surface_write_to_png_stream(surface, appendToData, &data) == CAIRO_STATUS_SUCCESS)
-            png = std::move(data);
+    // A row at a time: any height, and one row beside the pixels.
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    std::vector<uint8_t> row(rowBytes);
+    KCData data;
+    bool written = false;
+    if (info) {
+        png_set_write_fn(png, &data, appendToData, nullptr);
+        written = writeRows(png, info, *this, row.data());
     }
-    if (!png)
-        KCLog("PNG encoding of a %d x %d image failed: %s", width, height, cairo_status_to_string(cairo_surface_status(surface)));
-    cairo_surface_destroy(surface);
-    return png;
+    png_destroy_write_struct(&png, &info);
+    if (!written) {
+        KCLog("PNG encoding of a %d x %d image failed", width, height);
+        return std::nullopt;
+    }
+    return data;
 }

@@ -17,6 +17,6 @@ struct KCImage {
     size_t bytesPerRow = 0;
     std::vector<uint8_t> pixels;  // height * bytesPerRow bytes
 
-    // The image as one PNG file.
+    // The image as one PNG file, of any size.
     std::optional<KCData> PNGData() const;
 };

@@ -45,17 +45,29 @@ struct PNGReader {
 
 TEST(KCImage, PNGDataDecodesToTheSamePixels)
 {
-    auto png = solidImage(240, 300, 0xFF336699).PNGData();
+    // Opaque, and half transparent (premultiplied) to check the rounding.
+    for (uint32_t argb : {0xFF336699u, 0x80204060u}) {
+        auto png = solidImage(240, 300, argb).PNGData();
+        ASSERT_TRUE(png);
+        PNGReader reader {*png};
+        cairo_surface_t* surface = cairo_image_surface_create_from_png_stream(PNGReader::read, &reader);
+        ASSERT_EQ(cairo_surface_status(surface), CAIRO_STATUS_SUCCESS);
+        EXPECT_EQ(cairo_image_surface_get_width(surface), 240);
+        EXPECT_EQ(cairo_image_surface_get_height(surface), 300);
+        uint32_t pixel;
+        std::memcpy(&pixel, cairo_image_surface_get_data(surface) + 7 * cairo_image_surface_get_stride(surface) + 4 * 11, 4);
+        EXPECT_EQ(pixel, argb);
+        cairo_surface_destroy(surface);
+    }
+}
+
+TEST(KCImage, PNGDataHasNoHeightLimit)
+{
+    // Taller than cairo draws: the header says so.
+    auto png = solidImage(2, 40000, 0xFF000000).PNGData();
     ASSERT_TRUE(png);
-    PNGReader reader {*png};
-    cairo_surface_t* surface = cairo_image_surface_create_from_png_stream(PNGReader::read, &reader);
-    ASSERT_EQ(cairo_surface_status(surface), CAIRO_STATUS_SUCCESS);
-    EXPECT_EQ(cairo_image_surface_get_width(surface), 240);
-    EXPECT_EQ(cairo_image_surface_get_height(surface), 300);
-    uint32_t pixel;
-    std::memcpy(&pixel, cairo_image_surface_get_data(surface) + 7 * cairo_image_surface_get_stride(surface) + 4 * 11, 4);
-    EXPECT_EQ(pixel, 0xFF336699u);
-    cairo_surface_destroy(surface);
+    ASSERT_GT(png->size(), 24u);
+    EXPECT_EQ(((*png)[20] << 24) | ((*png)[21] << 16) | ((*png)[22] << 8) | (*png)[23], 40000);
 }
 
 TEST(KCImage, ImagesWhoseSizeAndPixelsDisagreeAreRefused)
