@@ -7,7 +7,11 @@
 #include "Utilities/KCLogger.h"
 #include "JavaScriptCore/PMJSCScriptContext.h"
 
+#include <gio/gunixfdlist.h>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include <cerrno>
 #include <webkit/webkit-web-process-extension.h>
 
 namespace {
@@ -20,11 +24,43 @@ guint snapshotTimeoutMilliseconds(const KCRect& rect)
     return static_cast<guint>(10000 + (area > 0 && area < 1e9 ? area : 0) / 1000);
 }
 
+// The image of a snapshot reply: its size in the body, its pixels in the
+// memory file that comes with it.
+std::optional<KCImage> imageFromReply(WebKitUserMessage* reply)
+{
+    KCValue body = PMKCValueFromGVariant(webkit_user_message_get_parameters(reply));
+    auto width = body["width"].uint64Value();
+    auto height = body["height"].uint64Value();
+    auto bytesPerRow = body["bytesPerRow"].uint64Value();
+    GUnixFDList* files = webkit_user_message_get_fd_list(reply);
+    if (!width || !height || !bytesPerRow || *bytesPerRow < *width * 4 || !files || g_unix_fd_list_get_length(files) != 1)
+        return std::nullopt;
+    int file = g_unix_fd_list_get(files, 0, nullptr);
+    KCImage image {static_cast<int>(*width), static_cast<int>(*height), static_cast<size_t>(*bytesPerRow), {}};
+    image.pixels.resize(image.bytesPerRow * static_cast<size_t>(image.height));
+    size_t read = 0;
+    while (file >= 0 && read < image.pixels.size()) {
+        ssize_t count = pread(file, image.pixels.data() + read, image.pixels.size() - read, static_cast<off_t>(read));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        read += static_cast<size_t>(count);
+    }
+    if (file >= 0)
+        close(file);
+    if (read < image.pixels.size()) {
+        KCLog("The snapshot's pixels could not be read");
+        return std::nullopt;
+    }
+    return image;
+}
+
 // Shared between the waiting frame and the reply callback, which may come
 // after the wait gave up.
 struct SnapshotWait {
     bool done = false;
-    KCValue reply;
+    std::optional<KCImage> image;
 };
 
 void snapshotReplied(GObject* source, GAsyncResult* result, gpointer data)
@@ -33,7 +69,7 @@ void snapshotReplied(GObject* source, GAsyncResult* result, gpointer data)
     GError* error = nullptr;
     WebKitUserMessage* reply = webkit_web_page_send_message_to_view_finish(WEBKIT_WEB_PAGE(source), result, &error);
     if (reply) {
-        (*wait)->reply = PMKCValueFromGVariant(webkit_user_message_get_parameters(reply));
+        (*wait)->image = imageFromReply(reply);
         g_object_unref(reply);
     } else {
         KCLog("The snapshot request failed: %s", error ? error->message : "no reply");
@@ -41,17 +77,6 @@ void snapshotReplied(GObject* source, GAsyncResult* result, gpointer data)
     }
     (*wait)->done = true;
     delete wait;
-}
-
-std::optional<KCImage> imageFromReply(const KCValue& reply)
-{
-    auto width = reply["width"].uint64Value();
-    auto height = reply["height"].uint64Value();
-    auto bytesPerRow = reply["bytesPerRow"].uint64Value();
-    const KCData* pixels = reply["pixels"].data();
-    if (!width || !height || !bytesPerRow || !pixels || *bytesPerRow < *width * 4 || pixels->size() < *bytesPerRow * *height)
-        return std::nullopt;
-    return KCImage {static_cast<int>(*width), static_cast<int>(*height), static_cast<size_t>(*bytesPerRow), *pixels};
 }
 
 } // namespace
@@ -89,7 +114,7 @@ std::optional<KCImage> PMWebKitFrame::snapshotOfRect(const KCRect& rect, double 
         g_source_remove(timeout);
     else
         KCLog("No snapshot came back within %u ms", milliseconds);
-    return wait->done ? imageFromReply(wait->reply) : std::nullopt;
+    return wait->done ? std::move(wait->image) : std::nullopt;
 }
 
 std::shared_ptr<PMScriptContext> PMWebKitFrame::scriptContext()

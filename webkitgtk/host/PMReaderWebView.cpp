@@ -10,8 +10,19 @@
 
 #include <webkit/webkit.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
+
+namespace {
+
+// A source that only wakes the loop at its ready time.
+GSourceFuncs kAlarmFunctions = {nullptr, nullptr, [](GSource* source, GSourceFunc callback, gpointer data) -> gboolean {
+    g_source_set_ready_time(source, -1);
+    return callback(data);
+}, nullptr, nullptr, nullptr};
+
+} // namespace
 
 std::string PMWebExtensionDirectory()
 {
@@ -144,16 +155,26 @@ void PMReaderWebView::announceLoad(const std::string& URI)
 
 bool PMReaderWebView::runUntil(const std::function<bool()>& done, double timeoutSeconds)
 {
+    const gint64 limit = static_cast<gint64>(timeoutSeconds * G_USEC_PER_SEC);
+    const gint64 start = g_get_monotonic_time();
     bool timedOut = false;
-    guint timeout = g_timeout_add(static_cast<guint>(timeoutSeconds * 1000), [](gpointer flag) -> gboolean {
-        *static_cast<bool*>(flag) = true;
-        return G_SOURCE_REMOVE;
-    }, &timedOut);
-    while (!done() && !timedOut && !m_failure)
+    // Wakes the loop when the time is up, counted from the start or from the
+    // last progress, whichever came later.
+    GSource* alarm = g_source_new(&kAlarmFunctions, sizeof(GSource));
+    g_source_set_callback(alarm, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
+    g_source_attach(alarm, nullptr);
+    while (!done() && !m_failure) {
+        const gint64 deadline = std::max(start, m_lastProgress) + limit;
+        if (g_get_monotonic_time() >= deadline) {
+            timedOut = true;
+            break;
+        }
+        g_source_set_ready_time(alarm, deadline);
         g_main_context_iteration(nullptr, TRUE);
-    if (!timedOut)
-        g_source_remove(timeout);
-    else if (!m_failure)
+    }
+    g_source_destroy(alarm);
+    g_source_unref(alarm);
+    if (timedOut && !m_failure)
         m_failure = "timed out after " + std::to_string(static_cast<int>(timeoutSeconds)) + " s";
     return done();
 }
@@ -199,7 +220,10 @@ gboolean PMReaderWebView::userMessageReceived(WebKitWebView* view, WebKitUserMes
         return TRUE;
     }
     if (name == PMBridgeMessageSnapshot) {
-        PMAnswerSnapshotRequest(view, message);
+        PMAnswerSnapshotRequest(view, message, [self, alive = self->m_alive] {
+            if (*alive)
+                self->m_lastProgress = g_get_monotonic_time();
+        });
         return TRUE;
     }
     self->receive(name, PMKCValueFromGVariant(webkit_user_message_get_parameters(message)));

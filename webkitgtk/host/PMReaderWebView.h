@@ -60,6 +60,8 @@ public:
 
     // Turns the main loop until `done` answers true. False on time-out, on a
     // failed document load or when the web process ended; failure() tells which.
+    // The time-out restarts whenever a snapshot piece is drawn: a long
+    // document is given the time it takes as long as it keeps coming.
     bool runUntil(const std::function<bool()>& done, double timeoutSeconds);
     const std::optional<std::string>& failure() const { return m_failure; }
     void clearFailure() { m_failure.reset(); }
@@ -97,6 +99,7 @@ private:
     bool m_loadFinished = false;
     bool m_loadAnnounced = false;  // the next load start was announced already
     bool m_webProcessTerminated = false;
+    gint64 m_lastProgress = 0;  // monotonic time of the last snapshot piece
     // Callbacks that the engine may still make while the view goes away check it.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };

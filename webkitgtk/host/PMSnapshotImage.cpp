@@ -6,7 +6,11 @@
 #include <gtk/gtk.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -78,7 +82,7 @@ void PMDrawSnapshotTexture(KCImage& image, const KCRect& rect, double scale, Gdk
     cairo_surface_destroy(source);
 }
 
-KCValue PMSnapshotReplyBody(std::optional<KCImage> image)
+KCValue PMSnapshotReplyBody(const std::optional<KCImage>& image)
 {
     if (!image)
         return KCValue();
@@ -86,6 +90,27 @@ KCValue PMSnapshotReplyBody(std::optional<KCImage> image)
         {"width", static_cast<uint64_t>(image->width)},
         {"height", static_cast<uint64_t>(image->height)},
         {"bytesPerRow", static_cast<uint64_t>(image->bytesPerRow)},
-        {"pixels", std::move(image->pixels)},
     });
+}
+
+int PMSnapshotPixelFile(const KCImage& image)
+{
+    int file = memfd_create("pagemoor-snapshot", MFD_CLOEXEC);
+    const uint8_t* bytes = image.pixels.data();
+    size_t left = image.pixels.size();
+    while (file >= 0 && left > 0) {
+        ssize_t written = write(file, bytes, left);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            close(file);
+            file = -1;
+            break;
+        }
+        bytes += written;
+        left -= static_cast<size_t>(written);
+    }
+    if (file < 0)
+        KCLog("Cannot hand over the snapshot's pixels: %s", strerror(errno));
+    return file;
 }

@@ -28,6 +28,10 @@ std::optional<KCImage> PMSnapshotCanvas(const KCRect& rect, double scale);
 // meet on one pixel row or column without gap or overlap.
 void PMDrawSnapshotTexture(KCImage& image, const KCRect& rect, double scale, GdkTexture* texture, const KCRect& covered, const KCRect& band);
 
-// The reply body of a snapshot request: width, height, bytesPerRow, pixels;
-// null for no image. The pixels move into the body.
-KCValue PMSnapshotReplyBody(std::optional<KCImage> image);
+// The reply body of a snapshot request: width, height, bytesPerRow; null for
+// no image. The pixels (hundreds of megabytes for a long chapter) go beside
+// it as a file in memory, which the web process reads at once instead of
+// having them copied through the message.
+KCValue PMSnapshotReplyBody(const std::optional<KCImage>& image);
+// A memory file holding the image's pixels, or -1 (logged) when none can be made.
+int PMSnapshotPixelFile(const KCImage& image);

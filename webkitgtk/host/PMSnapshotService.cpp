@@ -6,6 +6,7 @@
 #include "Utilities/KCGLibPointer.h"
 #include "Utilities/KCLogger.h"
 
+#include <gio/gunixfdlist.h>
 #include <nlohmann/json.hpp>
 #include <webkit/webkit.h>
 
@@ -24,6 +25,7 @@ struct SnapshotJob {
     KCRect rect;
     double scale = 0;
     std::optional<KCImage> image;
+    std::function<void()> pieceDrawn;
     std::optional<KCPoint> savedScroll;  // known once the page was measured
     KCSize visible;  // the page's visible size, in document points
     KCPoint band;    // the origin of the piece being drawn
@@ -47,8 +49,15 @@ void finish(std::unique_ptr<SnapshotJob> job)
 {
     if (job->savedScroll)
         webkit_web_view_evaluate_javascript(job->view, scrollScript(*job->savedScroll).c_str(), -1, kScriptWorld, nullptr, nullptr, nullptr, nullptr);
-    KCValue body = PMSnapshotReplyBody(std::move(job->image));
-    webkit_user_message_send_reply(job->message, webkit_user_message_new(PMBridgeMessageSnapshot, body.isNull() ? nullptr : PMGVariantFromKCValue(body)));
+    int pixels = job->image ? PMSnapshotPixelFile(*job->image) : -1;
+    if (pixels < 0)
+        job->image.reset();
+    KCValue body = PMSnapshotReplyBody(job->image);
+    job->image.reset();
+    GUnixFDList* files = pixels < 0 ? nullptr : g_unix_fd_list_new_from_array(&pixels, 1);
+    webkit_user_message_send_reply(job->message, webkit_user_message_new_with_fd_list(PMBridgeMessageSnapshot, body.isNull() ? nullptr : PMGVariantFromKCValue(body), files));
+    if (files)
+        g_object_unref(files);
 }
 
 // Runs a script in the page whose completion value is a JSON array of
@@ -94,6 +103,7 @@ void bandTaken(GObject* source, GAsyncResult* result, gpointer data)
     }
     PMDrawSnapshotTexture(*job->image, job->rect, job->scale, texture, {job->scroll, job->visible}, {job->band, job->visible});
     g_object_unref(texture);
+    job->pieceDrawn();
     // Left to right, then top to bottom.
     job->band.x += job->visible.width;
     if (job->band.x >= job->rect.origin.x + job->rect.size.width) {
@@ -141,9 +151,10 @@ void measured(std::unique_ptr<SnapshotJob> job, std::optional<std::vector<double
 
 } // namespace
 
-void PMAnswerSnapshotRequest(WebKitWebView* view, WebKitUserMessage* request)
+void PMAnswerSnapshotRequest(WebKitWebView* view, WebKitUserMessage* request, std::function<void()> pieceDrawn)
 {
     auto job = std::make_unique<SnapshotJob>();
+    job->pieceDrawn = std::move(pieceDrawn);
     job->view = WEBKIT_WEB_VIEW(g_object_ref(view));
     job->message = WEBKIT_USER_MESSAGE(g_object_ref(request));
     KCValue body = PMKCValueFromGVariant(webkit_user_message_get_parameters(request));

@@ -6,9 +6,12 @@
 // and copied into the image. What the drawing holds besides the finished
 // image is one view-sized texture and its copy, whatever the document's
 // length; the image itself is bounded by PMSnapshotMaximumPixels.
+#include <functional>
+
 typedef struct _WebKitWebView WebKitWebView;
 typedef struct _WebKitUserMessage WebKitUserMessage;
 
 // Takes the snapshot the message asks for and replies to it, later. The
-// page's scroll position is put back afterwards.
-void PMAnswerSnapshotRequest(WebKitWebView* view, WebKitUserMessage* request);
+// page's scroll position is put back afterwards. `pieceDrawn` is called as
+// each piece is done, so a wait can tell a long document from a stuck one.
+void PMAnswerSnapshotRequest(WebKitWebView* view, WebKitUserMessage* request, std::function<void()> pieceDrawn);
