@@ -5,7 +5,8 @@
 //   provisional load started  <- bridge "WillLoadDocument" (sent before each of
 //                                the UI side's loads, and when any other starts)
 //   document load finished    <- "document-loaded"
-//   load finished             <- the page's 'load' event
+//   load finished             <- the page's 'load' event, or its 'pageshow'
+//                                when history brings it back whole
 //   first layout              <- a forced layout once the page's fonts are ready
 //   resource loads            <- bridge "Resource*" (the UI side sees every load end)
 //   navigation policy         <- decided on the UI side with the plug-in's own rule
@@ -114,6 +115,11 @@ void installLoadStageListeners(WebKitWebPage* page)
         loaded();
     else
         window.addEventListener('load', loaded, { once: true });
+    // A page brought back whole from history has no load event of its own.
+    window.addEventListener('pageshow', function(event) {
+        if (event.persisted)
+            loaded();
+    });
 })())JS");
     g_object_unref(context);
 }
