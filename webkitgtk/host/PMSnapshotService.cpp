@@ -40,6 +40,26 @@ struct SnapshotJob {
 
 void drawNextBand(std::unique_ptr<SnapshotJob> job);
 
+// Measures the page and pins what is fixed to the viewport where it stands
+// at the top, so that it is drawn once rather than in every piece. The
+// script world's own globals keep the elements for the way back.
+constexpr const char* kMeasureScript = R"JS(
+var pinned = [];
+for (var element of document.querySelectorAll('*')) {
+    if (getComputedStyle(element).position === 'fixed') {
+        pinned.push([element, element.style.getPropertyValue('position'), element.style.getPropertyPriority('position')]);
+        element.style.setProperty('position', 'absolute', 'important');
+    }
+}
+window.pagemoorPinned = pinned;
+var e = document.scrollingElement || document.documentElement;
+JSON.stringify([scrollX, scrollY, e.clientWidth, e.clientHeight]))JS";
+
+constexpr const char* kUnpinScript = R"JS(
+for (var [element, position, priority] of window.pagemoorPinned || [])
+    element.style.setProperty('position', position, priority);
+window.pagemoorPinned = null;)JS";
+
 std::string scrollScript(const KCPoint& point)
 {
     return "scrollTo({left: " + std::to_string(point.x) + ", top: " + std::to_string(point.y) + ", behavior: 'instant'});";
@@ -47,8 +67,8 @@ std::string scrollScript(const KCPoint& point)
 
 void finish(std::unique_ptr<SnapshotJob> job)
 {
-    if (job->savedScroll)
-        webkit_web_view_evaluate_javascript(job->view, scrollScript(*job->savedScroll).c_str(), -1, kScriptWorld, nullptr, nullptr, nullptr, nullptr);
+    std::string script = kUnpinScript + std::string("\n") + (job->savedScroll ? scrollScript(*job->savedScroll) : "");
+    webkit_web_view_evaluate_javascript(job->view, script.c_str(), -1, kScriptWorld, nullptr, nullptr, nullptr, nullptr);
     int pixels = job->image ? PMSnapshotPixelFile(*job->image) : -1;
     if (pixels < 0)
         job->image.reset();
@@ -167,5 +187,5 @@ void PMAnswerSnapshotRequest(WebKitWebView* view, WebKitUserMessage* request, st
         return;
     }
     // The visible region leaves out scroll bars; so does clientWidth.
-    evaluateNumbers(std::move(job), "var e = document.scrollingElement || document.documentElement; JSON.stringify([scrollX, scrollY, e.clientWidth, e.clientHeight])", measured);
+    evaluateNumbers(std::move(job), kMeasureScript, measured);
 }

@@ -5,7 +5,8 @@
 // at a time: the page is scrolled to each piece and its visible region drawn
 // and copied into the image. What the drawing holds besides the finished
 // image is one view-sized texture and its copy, whatever the document's
-// length; the image itself is bounded by PMSnapshotMaximumPixels.
+// length; the image itself is bounded by PMSnapshotMaximumPixels. Elements
+// fixed to the viewport are drawn once, where they stand at the document's top.
 #include <functional>
 
 typedef struct _WebKitWebView WebKitWebView;

@@ -1,9 +1,10 @@
 // Moving around a book as the reader does: a link clicked in a page is handed
 // to the reader, which loads it through the host; history steps load pages
 // the host did not ask for. The plug-in must see every one of those loads.
+// And a page drawn whole, several views long, with a bar fixed to the view.
 #include "e2e/PMSampleBook.h"
-#include "engine/PMEngineSession.h"
-#include "host/PMDocumentTaskRunner.h"
+#include "engine/PMEngineTasks.h"
+#include "PMTestPNG.h"
 
 #include <gtest/gtest.h>
 #include <webkit/webkit.h>
@@ -28,7 +29,10 @@ protected:
         setenv("PAGEMOOR_CACHE_DIR", (m_root + "/cache").c_str(), 1);
         PMSampleBookOptions options;
         options.chapters = {{"One", "<p>First page, <a id=\"on\" href=\"chapter2.xhtml#end\">read on</a>.</p>"},
-            {"Two", "<p>Second page.</p><p id=\"end\">The end.</p>"}};
+            {"Two", "<p>Second page.</p><p id=\"end\">The end.</p>"},
+            {"Fixed", "<div style=\"position: fixed; top: 0; width: 100%; height: 50px; background: #d02020\"></div>"
+                      "<div style=\"height: 2400px; background: #2040d0\"></div>",
+                "<style>html, body { margin: 0 !important; padding: 0 !important; }</style>"}};
         ASSERT_FALSE(PMWriteSampleBook(options, m_root + "/book.epub"));
         KCError error;
         m_session = PMEngineSession::openBook(m_root + "/book.epub", &error);
@@ -107,6 +111,22 @@ TEST_F(Navigation, HistoryStepsReachThePlugIn)
     settle();
     // A step is at most one batch: a page kept whole may load nothing again.
     EXPECT_LE(batches(), 4u);
+}
+
+TEST_F(Navigation, AnElementFixedToTheViewIsDrawnOnceInAWholePage)
+{
+    auto png = PMSnapshotDocument(*m_session, 2, {600, 800}, false, nullptr);
+    ASSERT_TRUE(png);
+    auto image = PMTestPNGImageOfData(*png);
+    ASSERT_TRUE(image);
+    ASSERT_EQ(image->height, 2400);
+    const std::array<int, 3> red {208, 32, 32}, blue {32, 64, 208};
+    EXPECT_EQ(image->at(300, 25), red);
+    // The tops of the second and third view.
+    EXPECT_EQ(image->at(300, 825), blue);
+    EXPECT_EQ(image->at(300, 1625), blue);
+    // The page is as it was.
+    EXPECT_EQ(view().evaluateScript("getComputedStyle(document.body.firstElementChild).position", 5), "fixed");
 }
 
 } // namespace
