@@ -6,7 +6,6 @@
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCJSON.h"
 
-#include <functional>
 #include <iostream>
 
 namespace {
