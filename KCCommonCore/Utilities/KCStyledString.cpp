@@ -14,6 +14,12 @@ void KCStyledString::append(std::u16string_view text, const KCTextAttributes& at
     p_merge();
 }
 
+void KCStyledString::append(const KCStyledString& other)
+{
+    for (const auto& run : other.m_runs)
+        append(std::u16string_view(other.m_text).substr(run.range.location, run.range.length), run.attributes);
+}
+
 void KCStyledString::setFont(std::u16string_view family, double size, KCRange range)
 {
     p_change(range, [&](KCTextAttributes& attributes) {

@@ -39,6 +39,7 @@ public:
     const std::vector<KCStyledRun>& runs() const { return m_runs; }
 
     void append(std::u16string_view text, const KCTextAttributes& attributes = {});
+    void append(const KCStyledString& other);
 
     // Each applies nothing when the range is not found, empty or not wholly inside the text.
     void setFont(std::u16string_view family, double size, KCRange range);

@@ -23,6 +23,10 @@ TEST(KCStyledString, OverlappingAttributesSplitRunsThatMergeBack)
     EXPECT_EQ(text.runs(), (std::vector<KCStyledRun> {{{0, 17}, {}}}));
     text.append(u"!", font);
     EXPECT_EQ(text.runs().back(), (KCStyledRun {{17, 1}, font}));
+    KCStyledString twice;
+    twice.append(text);
+    twice.append(text);
+    EXPECT_EQ(twice.runs(), (std::vector<KCStyledRun> {{{0, 17}, {}}, {{17, 1}, font}, {{18, 17}, {}}, {{35, 1}, font}}));
 }
 
 TEST(KCStyledString, RangesNotWhollyInsideTheTextApplyNothing)
