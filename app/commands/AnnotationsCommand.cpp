@@ -1,4 +1,4 @@
-// pagemoor annotations: adds, lists, changes and queries the annotations of an annotation store file.
+// pagemoor annotations: adds, lists, changes, queries and quotes (excerpts) the annotations of an annotation store file.
 #include "app/PMCommand.h"
 
 #include "TNAnnotation/TNAnnotation.h"
@@ -17,13 +17,23 @@ const char* const kUsage =
     "usage: pagemoor annotations --store FILE COMMAND [OPTIONS]\n"
     "  add --asset ID [--type 1|2|3] [--style N] [--selected TEXT] [--representative TEXT] [--note TEXT]\n"
     "      [--location LOC] [--range-start N] [--range-end N] [--page P] [--chapter TITLE] [--uuid U]\n"
-    "                                 adds an annotation and prints its UUID\n"
+    "      [--selected-range LOCATION,LENGTH]\n"
+    "                                 adds an annotation and prints its UUID; the selected range\n"
+    "                                 counts UTF-16 units of the representative text\n"
     "  list --asset ID [--include-deleted] [--json]\n"
     "  set --uuid U --field NAME --value V\n"
     "  delete --uuid U                marks the annotation deleted\n"
     "  latest [--json]                the latest modification date per book and overall\n"
     "  bookmarks --asset ID           live page bookmarks\n"
-    "  ranges --asset ID              live highlights, underlines and notes\n";
+    "  ranges --asset ID              live highlights, underlines and notes\n"
+    "  excerpt --uuid U [--limit N] [--json]\n"
+    "                                 the selected text in its sentence, and the excerpt that shares\n"
+    "                                 quote: the sentence, cut before the selection so that at most\n"
+    "                                 N UTF-16 units lead to the selection's end (no cut without\n"
+    "                                 --limit). Prints \"context<TAB>TEXT\" and \"excerpt<TAB>TEXT\" with\n"
+    "                                 the highlighted part between \u00AB and \u00BB (\"-\": none); --json:\n"
+    "                                 {\"contextAware\", \"excerpt\", \"highlightedRange\": [location,\n"
+    "                                 length] or null, \"style\"}\n";
 
 using Options = PMArguments;
 
@@ -37,6 +47,25 @@ std::optional<int64_t> integerOption(const Options& options, const std::string& 
     if (result.ec != std::errc() || result.ptr != text->data() + text->size())
         error = "--" + name + " needs an integer, not '" + *text + "'";
     return value;
+}
+
+// "LOCATION,LENGTH", two whole numbers.
+std::optional<KCRange> rangeOption(const Options& options, std::string& error)
+{
+    auto text = options.option("selected-range");
+    if (!text)
+        return std::nullopt;
+    KCRange range;
+    const char* end = text->data() + text->size();
+    auto location = std::from_chars(text->data(), end, range.location);
+    bool parsed = location.ec == std::errc() && location.ptr != end && *location.ptr == ',';
+    if (parsed) {
+        auto length = std::from_chars(location.ptr + 1, end, range.length);
+        parsed = length.ec == std::errc() && length.ptr == end;
+    }
+    if (!parsed || range.location >= KCNotFound)
+        error = "--selected-range needs LOCATION,LENGTH (two whole numbers), not '" + *text + "'";
+    return range;
 }
 
 std::optional<std::u16string> textOption(const Options& options, const std::string& name)
@@ -110,6 +139,7 @@ int add(Session& session, const Options& options)
     auto style = integerOption(options, "style", error);
     auto start = integerOption(options, "range-start", error);
     auto end = integerOption(options, "range-end", error);
+    auto selectedRange = rangeOption(options, error);
     if (!error.empty())
         return PMFail(error);
     if (type && (*type < 1 || *type > 3))
@@ -134,6 +164,8 @@ int add(Session& session, const Options& options)
         annotation->setPlLocationRangeStart(*start);
     if (end)
         annotation->setPlLocationRangeEnd(*end);
+    if (selectedRange)
+        annotation->setAnnotationSelectedTextRange(*selectedRange);
     if (int status = save(session))
         return status;
     std::cout << textOf(annotation->annotationUuid()) << '\n';
@@ -215,6 +247,38 @@ int setField(Session& session, const Options& options)
     return save(session);
 }
 
+int excerpt(Session& session, const Options& options, bool json)
+{
+    std::string error;
+    auto limit = integerOption(options, "limit", error);
+    if (!error.empty() || (limit && *limit < 0))
+        return PMFail("--limit needs a number of UTF-16 units, 0 or more");
+    KCError readError;
+    auto annotation = annotationNamed(session, options, &readError);
+    if (!readError.domain.empty())
+        return readFailure(readError);
+    if (!annotation)
+        return PMFail("excerpt needs the --uuid of an annotation in the store");
+    auto contextAware = TNAnnotation::contextAwareSelectedTextFromAnnotation(*annotation);
+    auto styled = TNAnnotation::annotatedAttributedStringForAnnotation(*annotation, limit ? static_cast<uint64_t>(*limit) : UINT64_MAX);
+    KCRange highlighted = styled ? styled->annotationStyleRange() : KCRange();
+    if (json) {
+        auto text = [](const TNAnnotation::Text& t) { return t ? nlohmann::ordered_json(KCUTF8FromUTF16(*t)) : nlohmann::ordered_json(); };
+        nlohmann::ordered_json out {{"contextAware", text(contextAware)}, {"excerpt", text(styled ? TNAnnotation::Text(styled->string()) : std::nullopt)},
+            {"highlightedRange", highlighted.found() ? nlohmann::ordered_json {highlighted.location, highlighted.length} : nlohmann::ordered_json()},
+            {"style", annotation->annotationStyle()}};
+        std::cout << out.dump(2) << '\n';
+        return 0;
+    }
+    std::u16string shown = styled ? styled->string() : u"-";
+    if (highlighted.found()) {
+        shown.insert(highlighted.end(), u"\u00BB");
+        shown.insert(highlighted.location, u"\u00AB");
+    }
+    std::cout << "context\t" << textOf(contextAware) << "\nexcerpt\t" << KCUTF8FromUTF16(shown) << '\n';
+    return 0;
+}
+
 int latest(Session& session, bool json)
 {
     // Both answer "nothing" for an empty store too; only the error tells a failure.
@@ -240,7 +304,7 @@ int latest(Session& session, bool json)
 int runAnnotations(const std::vector<std::string>& args)
 {
     Options options(args, {"store", "asset", "type", "style", "selected", "representative", "note", "location", "range-start", "range-end",
-                              "page", "chapter", "uuid", "field", "value"});
+                              "page", "chapter", "uuid", "field", "value", "selected-range", "limit"});
     if (auto failed = PMRejectUnknown(options, {"include-deleted", "json"}))
         return *failed;
     if (options.positionals().size() != 1)
@@ -249,7 +313,7 @@ int runAnnotations(const std::vector<std::string>& args)
     if (!path)
         return PMFail("annotations needs --store FILE");
     const std::string& command = options.positionals()[0];
-    static const char* const commands[] = {"add", "list", "set", "delete", "latest", "bookmarks", "ranges"};
+    static const char* const commands[] = {"add", "list", "set", "delete", "latest", "bookmarks", "ranges", "excerpt"};
     if (std::find(std::begin(commands), std::end(commands), command) == std::end(commands))
         return PMFail("unknown annotations command '" + command + "'");
     PMSendLogToStandardError();
@@ -275,6 +339,8 @@ int runAnnotations(const std::vector<std::string>& args)
     }
     if (command == "latest")
         return latest(*session, json);
+    if (command == "excerpt")
+        return excerpt(*session, options, json);
     if (!asset)
         return PMFail(command + " needs --asset ID");
     TNAnnotation::Predicate predicate = command == "list" ? TNAnnotation::predicateForAnnotationsWithAssetID(*asset, options.flag("include-deleted"))

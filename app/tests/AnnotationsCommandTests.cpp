@@ -128,4 +128,29 @@ TEST_F(AnnotationsCommandTest, SetAndDeleteReachGlobalAnnotations)
     EXPECT_EQ(nlohmann::json::parse(run("list --asset book-1 --json").out).size(), 0u);
 }
 
+// The stored selected range decides between repeats; the limit cuts the sentence before the selection.
+TEST_F(AnnotationsCommandTest, ExcerptsOfStoredAnnotations)
+{
+    std::string repeated = add("--asset b --style 2 --representative 'The cat saw the cat.' --selected cat --selected-range 16,3");
+    EXPECT_EQ(nlohmann::json::parse(run("list --asset b --json").out)[0]["futureProofing7"], "{16, 3}");
+    PMProgramResult json = run("excerpt --json --uuid " + repeated);
+    ASSERT_EQ(json.status, 0) << json.err;
+    EXPECT_EQ(nlohmann::json::parse(json.out),
+        nlohmann::json::parse(R"({"contextAware": "\u2026cat.", "excerpt": "cat", "highlightedRange": [0, 3], "style": 2})"));
+
+    std::string far = add("--asset b --representative 'Some years ago, never mind how long, I went to sea.' --selected 'never mind how long'");
+    auto cut = nlohmann::json::parse(run("excerpt --limit 25 --json --uuid " + far).out);
+    EXPECT_EQ(cut["excerpt"], "\u2026never mind how long, I went to sea.");
+    EXPECT_EQ(cut["highlightedRange"], nlohmann::json::parse("[1, 19]"));
+    EXPECT_EQ(run("excerpt --uuid " + far).out,
+        "context\t\u2026never mind how long\u2026\nexcerpt\tSome years ago, \u00ABnever mind how long\u00BB, I went to sea.\n");
+
+    for (const std::string& bad : {std::string("add --asset b --selected-range 3"), std::string("add --asset b --selected-range 3,x"),
+             std::string("add --asset b --selected-range -1,2"), std::string("excerpt --uuid no-such-uuid"), "excerpt --limit -1 --uuid " + far}) {
+        PMProgramResult failed = run(bad);
+        EXPECT_NE(failed.status, 0) << bad;
+        EXPECT_NE(failed.err, "") << bad;
+    }
+}
+
 } // namespace
