@@ -1,5 +1,5 @@
 #include "Database/KCManagedObjectContext.h"
-#include "KCDamagedStore.h"
+#include "KCStoreFile.h"
 #include "KCStoreTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -242,10 +242,8 @@ TEST(KCStoreFiles, NewerAndForeignFilesAreRefusedUntouched)
     }
     {
         std::ofstream(directory.file("Text.sqlite")) << "just some text, long enough to look like a header of something";
-        sqlite3* database = nullptr;
-        sqlite3_open(directory.file("Other.sqlite").c_str(), &database);
-        sqlite3_exec(database, "CREATE TABLE notes (body TEXT); INSERT INTO notes VALUES ('hello')", nullptr, nullptr, nullptr);
-        sqlite3_close(database);
+        KCQueryStoreFile(directory.file("Other.sqlite"), "CREATE TABLE notes (body TEXT)");
+        KCQueryStoreFile(directory.file("Other.sqlite"), "INSERT INTO notes VALUES ('hello')");
     }
     const std::pair<const char*, KCStoreErrorCode> files[] = {
         {"Newer.sqlite", KCStoreErrorIncompatibleVersion}, {"Text.sqlite", KCStoreErrorNotAStore}, {"Other.sqlite", KCStoreErrorNotAStore}};
@@ -295,15 +293,8 @@ TEST(KCStoreFiles, IndexesNewToTheModelAreAddedToOlderStores)
     ASSERT_TRUE(KCOpenTestStore(directory.url("Items.sqlite")));
     std::string json = KCTestModelJSON();
     json.insert(json.find(R"("attributes")"), R"("indexes": [["title", "when"]], )");
-    auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCManagedObjectModel::modelWithJSON(json));
-    ASSERT_TRUE(coordinator->addPersistentStore("SQLite", directory.url("Items.sqlite"), {true, true}, nullptr));
-    sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open_v2(directory.file("Items.sqlite").c_str(), &database, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(database, "SELECT 1 FROM sqlite_master WHERE name = 'Item_index_title_when'", -1, &statement, nullptr);
-    EXPECT_EQ(sqlite3_step(statement), SQLITE_ROW);
-    sqlite3_finalize(statement);
-    sqlite3_close(database);
+    ASSERT_TRUE(KCOpenStoreWithModel(directory.url("Items.sqlite"), json));
+    EXPECT_EQ(KCQueryStoreFile(directory.file("Items.sqlite"), "SELECT 1 FROM sqlite_master WHERE name = 'Item_index_title_when'").size(), 1u);
 }
 
 // Distinct grouped rows: those that hide a group key can repeat and are
