@@ -25,8 +25,8 @@ protected:
             {"OEBPS/ch1.xhtml", "<html><body>One</body></html>", "application/xhtml+xml", "", "", true},
             {"OEBPS/fonts/a.ttf", PMTestObfuscateAdobe(m_font, epub.uniqueIdentifier), "font/ttf", "", "http://ns.adobe.com/pdf/enc#RC", false},
         };
-        ASSERT_TRUE(epub.write(m_sandbox.path("book.epub")));
-        m_book = "'" + m_sandbox.path("book.epub") + "'";
+        ASSERT_TRUE(epub.write(m_sandbox.file("book.epub")));
+        m_book = "'" + m_sandbox.file("book.epub") + "'";
     }
 
     PMBookSandbox m_sandbox;
@@ -36,13 +36,13 @@ protected:
 
 TEST_F(PMBookCommandTest, ResourceServesDeobfuscatedBytes)
 {
-    PMProgramResult toFile = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/fonts/a.ttf -o '" + m_sandbox.path("a.ttf") + "' --json");
+    PMProgramResult toFile = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/fonts/a.ttf -o '" + m_sandbox.file("a.ttf") + "' --json");
     ASSERT_EQ(toFile.status, 0) << toFile.err;
     auto answer = nlohmann::json::parse(toFile.out);
     EXPECT_EQ(answer["mimeType"], "font/ttf");
     EXPECT_EQ(answer["length"], m_font.size());
     EXPECT_TRUE(answer["error"].is_null());
-    EXPECT_TRUE(KCReadTestFile(m_sandbox.path("a.ttf")) == m_font);
+    EXPECT_TRUE(KCReadTestFile(m_sandbox.file("a.ttf")) == m_font);
     EXPECT_NE(toFile.err.find("Going to xor"), std::string::npos);  // the log goes to standard error
 
     PMProgramResult toOutput = pagemoor(m_sandbox, "resource " + m_book + " OEBPS/ch1.xhtml");
@@ -84,8 +84,8 @@ TEST_F(PMBookCommandTest, InfoDescribesTheBook)
     EXPECT_EQ(text.status, 0);
     EXPECT_NE(text.out.find("Title:       A Test Book"), std::string::npos);
 
-    std::ofstream(m_sandbox.path("broken.epub")) << "broken";
-    PMProgramResult broken = pagemoor(m_sandbox, "info '" + m_sandbox.path("broken.epub") + "'");
+    std::ofstream(m_sandbox.file("broken.epub")) << "broken";
+    PMProgramResult broken = pagemoor(m_sandbox, "info '" + m_sandbox.file("broken.epub") + "'");
     EXPECT_NE(broken.status, 0);
     EXPECT_NE(broken.err.find("is not a readable EPUB archive"), std::string::npos) << broken.err;
 }
