@@ -169,18 +169,21 @@ TEST(TNAnnotationQueries, FormatThatDoesNotParseFailsTheFetch)
     EXPECT_FALSE(context->fetchObjects(request));
 }
 
-// A store written before the spare slots 8 to 12 existed opens with its rows.
+// A store written before the spare slots 8 to 12 and the index that serves
+// the latest dates existed opens with its rows and gains both.
 TEST(TNAnnotationQueries, OlderModelVersionMigrates)
 {
+    const std::string index = "TNAnnotation_index_annotationAssetID_annotationModificationDate_annotationDeleted";
+    auto hasIndex = [&](const std::string& path) { return !KCQueryStoreFile(path, "SELECT 1 FROM sqlite_master WHERE type = 'index' AND name = '" + index + "'").empty(); };
     TNScratchStore scratch;
+    EXPECT_TRUE(hasIndex(scratch.path()));
     scratch.store.reset();
     std::filesystem::remove(scratch.path());
-    auto current = KCCommonCoreBundle().resourceData("Annotations", "json");
-    ASSERT_TRUE(current);
-    auto json = nlohmann::json::parse(*current);
+    auto json = nlohmann::json::parse(*KCCommonCoreBundle().resourceData("Annotations", "json"));
     json["version"] = json["version"].get<int>() - 1;
     auto& attributes = json["entities"][0]["attributes"];
     attributes.erase(attributes.end() - 5, attributes.end());
+    json["entities"][0]["indexes"].erase(json["entities"][0]["indexes"].end() - 1);
     {
         auto coordinator = KCOpenStoreWithModel(scratch.url(), json.dump());
         ASSERT_TRUE(coordinator);
@@ -189,8 +192,10 @@ TEST(TNAnnotationQueries, OlderModelVersionMigrates)
             TNAnnotation::insertAnnotationWithAssetID(u"OLD", u"me", std::u16string_view(uuid), &context)->setAnnotationNote(u"kept");
         ASSERT_TRUE(context.save());
     }
+    ASSERT_FALSE(hasIndex(scratch.path()));
     scratch.reopen();
     ASSERT_TRUE(scratch.store->persistentStore());
+    EXPECT_TRUE(hasIndex(scratch.path()));
     auto context = scratch.store->newManagedObjectContext();
     auto annotations = TNAnnotation::annotationsForAssetID(u"OLD", false, context.get());
     ASSERT_EQ(annotations->size(), 2u);
@@ -235,26 +240,6 @@ TEST(TNAnnotationQueries, LatestDatePerBookMatchesTheFullGrouping)
         EXPECT_EQ(KCValue(*latest).description(), KCValue(expected).description());  // the same key order
         EXPECT_EQ(latest->size(), 4u);
     }
-}
-
-// The index that serves the latest dates is made in new stores and added to
-// stores made before it existed.
-TEST(TNAnnotationQueries, StoresGetTheLatestDateIndex)
-{
-    const std::string name = "TNAnnotation_index_annotationAssetID_annotationModificationDate_annotationDeleted";
-    auto hasIndex = [&](const std::string& path) { return !KCQueryStoreFile(path, "SELECT 1 FROM sqlite_master WHERE type = 'index' AND name = '" + name + "'").empty(); };
-    TNScratchStore scratch;
-    EXPECT_TRUE(hasIndex(scratch.path()));
-    scratch.store.reset();
-    std::filesystem::remove(scratch.path());
-
-    auto json = nlohmann::json::parse(*KCCommonCoreBundle().resourceData("Annotations", "json"));
-    json["entities"][0]["indexes"].erase(json["entities"][0]["indexes"].end() - 1);
-    ASSERT_TRUE(KCOpenStoreWithModel(scratch.url(), json.dump()));
-    ASSERT_FALSE(hasIndex(scratch.path()));
-    scratch.reopen();
-    ASSERT_TRUE(scratch.store->persistentStore());
-    EXPECT_TRUE(hasIndex(scratch.path()));
 }
 
 } // namespace
