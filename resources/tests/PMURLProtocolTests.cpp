@@ -158,14 +158,6 @@ TEST_F(PMURLProtocolTest, MissingConfigurationOrURLLeavesTheLoadUnanswered)
     EXPECT_TRUE(log.contains("[PMURLPrococol startLoading]: while trying to load URL: file://"));
 }
 
-TEST_F(PMURLProtocolTest, UnknownAlgorithmIsServedAsRead)
-{
-    write("b/font.ttf", std::string(2000, 'A'));
-    PMURLProtocol::setBookResourceData(KCDictionary {{"/font.ttf", KCDictionary {
-        {"mimeType", u"font/ttf"}, {"encryptionAlgorithm", u"http://www.w3.org/2001/04/xmlenc#aes256-cbc"}, {"bookEpubId", u"urn:uuid:1"}}}});
-    EXPECT_EQ(text(load(request("b/font.ttf"))->loadedData()), std::string(2000, 'A'));
-}
-
 TEST_F(PMURLProtocolTest, RegistrationWithTheURLLoadingSystem)
 {
     PMURLProtocol::registerPMURLProtocol();
