@@ -1,6 +1,6 @@
 // pagemoor annotations against a real store file.
 #include "PMProgramRunner.h"
-#include "Database/tests/KCDamagedStore.h"
+#include "Database/tests/KCStoreFile.h"
 #include "Utilities/tests/KCTestFiles.h"
 
 #include <gtest/gtest.h>
@@ -81,10 +81,11 @@ TEST_F(AnnotationsCommandTest, BadInputFailsClearly)
     EXPECT_EQ(KCReadTestFile(m_store), "this is not a store");
 }
 
-// A store that cannot be read must not pass for one without annotations.
-TEST_F(AnnotationsCommandTest, UnreadableStoreFailsInsteadOfListingNothing)
+// A store that cannot be read must not pass for one without annotations;
+// once it is found damaged, nothing more is written to it.
+TEST_F(AnnotationsCommandTest, DamagedStoreFailsInsteadOfListingNothingAndRefusesWrites)
 {
-    add("--asset book-1 --type 2 --selected 'kept'");
+    std::string kept = add("--asset book-1 --type 2 --selected 'kept'");
     add("--asset book-2 --type 1");
     PMProgramResult none = run("list --asset book-3");
     EXPECT_EQ(none.status, 0) << none.err;
@@ -99,17 +100,7 @@ TEST_F(AnnotationsCommandTest, UnreadableStoreFailsInsteadOfListingNothing)
         EXPECT_EQ(failed.out, "") << command;
     }
     EXPECT_NE(run("delete --uuid 00000000-0000-0000-0000-000000000000").status, 0);
-    EXPECT_EQ(KCReadTestFile(m_store), damaged);
-}
-
-// Once the store is found damaged, nothing more is written to it.
-TEST_F(AnnotationsCommandTest, DamagedStoreRefusesWrites)
-{
-    std::string kept = add("--asset book-1 --type 2 --selected 'kept'");
-    KCDamageTablePages(m_store, "TNAnnotation");
-    std::string damaged = KCReadTestFile(m_store);
-    PMProgramResult added = run("add --asset book-1 --type 2 --selected 'more'");
-    EXPECT_NE(added.status, 0) << added.out;
+    EXPECT_NE(run("add --asset book-1 --type 2 --selected 'more'").status, 0);
     EXPECT_NE(run("set --uuid " + kept + " --field annotationNote --value x").status, 0);
     EXPECT_EQ(KCReadTestFile(m_store), damaged);
 }

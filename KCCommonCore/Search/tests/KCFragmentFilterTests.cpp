@@ -41,15 +41,13 @@ TEST(KCDocumentFragmentFilter, IndexesEveryWindow)
 
     KCDocumentFragmentFilter noWindow(u"abcdef", {{6, 1.0, 1}, 0});
     EXPECT_TRUE(noWindow.mightContainFragment(u"zzzzzz"));
-}
 
-TEST(KCDocumentFragmentFilter, FindsEveryFoldedQueryOfAFoldedBook)
-{
+    // Every folded query of a folded page is found.
     std::u16string page = StringCopyFlattenedForSearch(
         u"\u201CWhere is the \u00C9cole?\u201D she asked. \uFF21\uFF22\uFF23 Street, said the na\u00EFve man\u2019s son.");
-    KCDocumentFragmentFilter filter(page, kPageSpecification(int64_t(page.size())));
+    KCDocumentFragmentFilter book(page, kPageSpecification(int64_t(page.size())));
     for (std::u16string_view query : {u"\"where", u"ECOLE", u"abc street", u"naive man's", u"man\u2019s son."})
-        EXPECT_TRUE(filter.mightContainFragment(StringCopyFlattenedForSearch(query)));
+        EXPECT_TRUE(book.mightContainFragment(StringCopyFlattenedForSearch(query)));
 }
 
 std::shared_ptr<KCLibraryFragmentFilter> sampleLibrary()

@@ -54,12 +54,11 @@ std::string PMTestObfuscateAdobe(std::string font, const std::string& uuidText);
 class PMBookSandbox : public KCScratchDirectory {
 public:
     std::string cacheDirectory() const { return file("cache"); }
-    std::string path(const std::string& name) const { return file(name); }
     std::optional<PMBook> open(const std::string& name, KCError* error, PMUnpackLimits limits = {}) const
     {
         PMBookOpenOptions options;
         options.cacheDirectory = cacheDirectory();
         options.limits = limits;
-        return PMBook::open(path(name), options, error);
+        return PMBook::open(file(name), options, error);
     }
 };

@@ -1,21 +1,16 @@
 // Readers sniff the first entry of the container and take links from its
 // attributes, so the layout is read back with libzip here.
 #include "epubwriter/PMEpubWriter.h"
+#include "Utilities/tests/KCTestFiles.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <zip.h>
 
-#include <cstdio>
 #include <string>
 #include <unistd.h>
 
 namespace {
-
-std::string temporaryPath(const std::string& name)
-{
-    return testing::TempDir() + "pm-epub-writer-" + std::to_string(::getpid()) + "-" + name;
-}
 
 std::string entryText(zip_t* archive, zip_uint64_t index)
 {
@@ -30,7 +25,8 @@ std::string entryText(zip_t* archive, zip_uint64_t index)
 
 TEST(PMEpubWriter, WritesTheMimetypeFirstAndUncompressedThenTheEntriesInOrder)
 {
-    std::string path = temporaryPath("layout.epub");
+    KCScratchDirectory scratch;
+    std::string path = scratch.file("layout.epub");
     {
         PMEpubWriter writer(path);
         writer.addContainer("OPS/book.opf");
@@ -59,12 +55,12 @@ TEST(PMEpubWriter, WritesTheMimetypeFirstAndUncompressedThenTheEntriesInOrder)
     EXPECT_TRUE(S_ISLNK(attributes >> 16));
     EXPECT_EQ(entryText(archive, 3), "/etc/passwd");
     zip_discard(archive);
-    std::remove(path.c_str());
 }
 
 TEST(PMEpubWriter, ReportsTheFirstFailureAndLeavesNoFile)
 {
-    PMEpubWriter unplaceable(temporaryPath("missing-directory/book.epub"));
+    KCScratchDirectory scratch;
+    PMEpubWriter unplaceable(scratch.file("missing-directory/book.epub"));
     unplaceable.add("a", "a");
     KCError error;
     EXPECT_FALSE(unplaceable.close(&error));
@@ -72,7 +68,7 @@ TEST(PMEpubWriter, ReportsTheFirstFailureAndLeavesNoFile)
     EXPECT_NE(error.message.find("missing-directory/book.epub"), std::string::npos);
 
     // A second entry of the same name fails; the file is discarded.
-    std::string path = temporaryPath("twice.epub");
+    std::string path = scratch.file("twice.epub");
     PMEpubWriter twice(path);
     twice.add("a", "a");
     twice.add("a", "b");
