@@ -76,7 +76,7 @@ int runStoreLink(const std::vector<std::string>& args)
             + storeIdText + "'" + (key == "url" ? "" : " (is $PAGEMOOR_STORE_LOOKUP_URL set?)"));
     }
     if (arguments.flag("json"))
-        std::cout << nlohmann::ordered_json {{"storeId", storeIdText}, {key, *answer}}.dump(2) << '\n';
+        std::cout << nlohmann::ordered_json {{"storeId", KCUTF8FromUTF16(storeId)}, {key, *answer}}.dump(2) << '\n';
     else
         std::cout << *answer << (answer->ends_with('\n') ? "" : "\n");
     return 0;
