@@ -52,6 +52,16 @@ KCBitmapRef ImageCreateWithURL(const KCURL& url, KCError* error)
 {
     if (!url.isFileURL())
         return fail(error, KCImageErrorCode::CannotRead, "Cannot read an image from " + url.absoluteString() + ": not a file");
+    // The size first, from the header alone: a file whose size no loader can
+    // read has no pixels either, and a huge one is refused before decoding.
+    int width = 0;
+    int height = 0;
+    if (!g_file_test(url.path().c_str(), G_FILE_TEST_IS_REGULAR))
+        return fail(error, KCImageErrorCode::CannotRead, "Cannot read the image " + url.path() + ": no such file");
+    if (!gdk_pixbuf_get_file_info(url.path().c_str(), &width, &height))
+        return fail(error, KCImageErrorCode::CannotDecode, "Cannot read the image " + url.path() + ": not an image any loader knows");
+    if (int64_t(width) * height > KCImageMaximumPixels)
+        return fail(error, KCImageErrorCode::CannotDecode, KCStringWithFormat("Cannot use the image %@: %d x %d pixels is too large", url.path(), width, height));
     GError* problem = nullptr;
     GdkPixbuf* pixbuf = gdk_pixbuf_new_from_file(url.path().c_str(), &problem);
     if (!pixbuf) {
@@ -61,8 +71,8 @@ KCBitmapRef ImageCreateWithURL(const KCURL& url, KCError* error)
         return fail(error, unreadable ? KCImageErrorCode::CannotRead : KCImageErrorCode::CannotDecode, message);
     }
     std::unique_ptr<KCBitmap> bitmap = bitmapWithPixbuf(pixbuf);
-    int width = gdk_pixbuf_get_width(pixbuf);
-    int height = gdk_pixbuf_get_height(pixbuf);
+    width = gdk_pixbuf_get_width(pixbuf);
+    height = gdk_pixbuf_get_height(pixbuf);
     g_object_unref(pixbuf);
     if (!bitmap)
         return fail(error, KCImageErrorCode::CannotDecode,

