@@ -11,6 +11,14 @@
 // on that copy's vectors.
 #define KC_LANE_HELPER __attribute__((always_inline)) inline
 
+// On x86 the pass is compiled twice, for any processor and for those with
+// 256-bit vectors, and the loader picks one at start-up.
+#if defined(__x86_64__)
+#define KC_WIDE_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define KC_WIDE_VECTOR_CLONES
+#endif
+
 namespace {
 
 // The pass runs on several pixels at once, lane by lane exactly as one pixel
@@ -36,9 +44,10 @@ KC_LANE_HELPER Vector pick(Ints mask, Vector ifSet, Vector otherwise)
     return mask ? ifSet : otherwise;
 }
 
-// byte / 255 in single precision without a division: 2^-8 × byte is exact,
-// and the rest of 1/255 is too small to carry the sum over a rounding
-// boundary, so the sum rounds to the quotient's float for every byte.
+// byte / 255 in single precision without a division. byte × 2^-8 is exact,
+// and byte × (1/255 − 2^-8) errs by far less than the distance from any
+// byte / 255 to a half-way point between two floats, so the sum rounds to
+// the quotient's own float (all 256 bytes checked).
 KC_LANE_HELPER Floats byteFraction(Ints bytes)
 {
     Floats x = __builtin_convertvector(bytes, Floats);
@@ -160,10 +169,9 @@ KC_LANE_HELPER void adjustAll(KCBitmap& bitmap, const HSLShift& shift)
     }
 }
 
-// Compiled once for the processors of old and once for those with wide
-// vectors. Ordinary parameters (at most a turn, at most 100 % either way)
-// skip the guards that only extreme ones need.
-__attribute__((target_clones("avx2", "default"))) void adjustBitmap(KCBitmap& bitmap, const HSLShift& shift)
+// Ordinary parameters (at most a turn, at most 100 % either way) skip the
+// guards that only extreme ones need.
+KC_WIDE_VECTOR_CLONES void adjustBitmap(KCBitmap& bitmap, const HSLShift& shift)
 {
     if (shift.hue >= 0 && shift.hue <= 1 && shift.saturation >= -1 && shift.saturation <= 1 && shift.lightness >= -1 && shift.lightness <= 1)
         adjustAll<true>(bitmap, shift);
