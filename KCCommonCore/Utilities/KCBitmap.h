@@ -5,9 +5,9 @@
 // down. An image is shared and never changes (KCBitmapRef, held by pointer so
 // that "the same image" can be asked); a bitmap being drawn into or adjusted
 // has one owner (std::unique_ptr<KCBitmap>) until it is handed on as an image.
-// Errors: create, createWithSurface and BitmapContextCreateWithImage answer
-// nullptr for sizes cairo cannot hold or a surface in error; PNGData answers
-// nothing and logs when encoding fails.
+// Errors: create and createWithSurface answer nullptr for sizes cairo cannot
+// hold or a surface in error, BitmapContextCreateWithImage for no image;
+// PNGData answers nothing and logs when encoding fails.
 #include "KCGeometry.h"
 #include "KCValue.h"
 

@@ -45,9 +45,6 @@ TEST(ImageCommand, AdjustsTheColoursOfAFileOrSaysWhyNot)
         EXPECT_NE(failed.status, 0);
         EXPECT_NE(failed.err.find(name), std::string::npos) << failed.err;
     }
-    PMProgramResult badNumber = PMRunPagemoor("image adjust " + writeGrid(scratch) + "--hue 1,5");
-    EXPECT_NE(badNumber.status, 0);
-    EXPECT_NE(badNumber.err.find("--hue"), std::string::npos) << badNumber.err;
 }
 
 TEST(ImageCommand, StretchesAnImageIntoACanvasUpright)
