@@ -8,6 +8,7 @@
 #include "Utilities/KCStretchableImage.h"
 
 #include <cmath>
+#include <filesystem>
 
 namespace {
 
@@ -84,7 +85,8 @@ int runImage(const std::vector<std::string>& args)
 
     PMSendLogToStandardError();
     KCError error;
-    std::optional<KCURL> url = KCURL::fileURLWithPath(input);
+    std::error_code ignored;
+    std::optional<KCURL> url = KCURL::fileURLWithPath(std::filesystem::absolute(input, ignored).string());
     KCBitmapRef image = url ? ImageCreateWithURL(*url, &error) : nullptr;
     if (!image)
         return PMFail(url ? error.message : "cannot read the image " + input);
