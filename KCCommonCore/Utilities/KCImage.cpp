@@ -27,7 +27,6 @@ std::optional<KCData> KCImage::PNGData() const
     }
     // A surface of cairo's own stride, so that any row length of the engine works.
     cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
-    std::optional<KCData> png;
     if (cairo_surface_status(surface) == CAIRO_STATUS_SUCCESS) {
         cairo_surface_flush(surface);
         unsigned char* target = cairo_image_surface_get_data(surface);
@@ -35,12 +34,21 @@ std::optional<KCData> KCImage::PNGData() const
         for (int row = 0; row < height; ++row)
             std::memcpy(target + static_cast<size_t>(row) * static_cast<size_t>(stride), pixels.data() + static_cast<size_t>(row) * bytesPerRow, rowBytes);
         cairo_surface_mark_dirty(surface);
-        KCData data;
-        if (cairo_surface_write_to_png_stream(surface, appendToData, &data) == CAIRO_STATUS_SUCCESS)
-            png = std::move(data);
     }
-    if (!png)
-        KCLog("PNG encoding of a %d x %d image failed: %s", width, height, cairo_status_to_string(cairo_surface_status(surface)));
+    std::optional<KCData> png = KCPNGDataWithSurface(surface);
     cairo_surface_destroy(surface);
     return png;
+}
+
+std::optional<KCData> KCPNGDataWithSurface(cairo_surface_t* surface)
+{
+    KCData data;
+    cairo_status_t status = cairo_surface_status(surface);
+    if (status == CAIRO_STATUS_SUCCESS)
+        status = cairo_surface_write_to_png_stream(surface, appendToData, &data);
+    if (status == CAIRO_STATUS_SUCCESS)
+        return data;
+    KCLog("PNG encoding of a %d x %d image failed: %s", cairo_image_surface_get_width(surface), cairo_image_surface_get_height(surface),
+        cairo_status_to_string(status));
+    return std::nullopt;
 }
