@@ -126,7 +126,6 @@ TEST(KCBloomFilter, ProvidersAgreeOnTheSameUnits)
     KCBloomFilterInt64HashProvider()(&value, hashes, 8);
     for (size_t i = 0; i < 8; ++i)
         EXPECT_EQ(hashes[i], KCBloomFilterHashSeeds[i] + uint64_t(-3) * 33);
-    EXPECT_EQ(&KCBloomFilterStringHashProvider(), &KCBloomFilterStringHashProvider());
 }
 
 TEST(KCBloomFilter, AnswersAfterAdding)
@@ -165,9 +164,7 @@ TEST(KCBloomFilter, RoundTripsThroughAnArchive)
     auto decoded = KCKeyedUnarchiver::unarchivedRootObject(archive).value_or(KCValue()).objectAs<KCBloomFilter>();
     ASSERT_TRUE(decoded);
     EXPECT_EQ(decoded->specification(), filter->specification());
-    EXPECT_EQ(decoded->indexSize(), filter->indexSize());
     EXPECT_EQ(bitsOf(*decoded), bitsOf(*filter));
-    EXPECT_EQ(decoded->usageDescription(), filter->usageDescription());
     for (const auto& key : keys) {
         std::u16string_view view = key;
         auto characters = characterKey(key);
