@@ -130,9 +130,8 @@ TEST(KCBloomFilter, ProvidersAgreeOnTheSameUnits)
 
 TEST(KCBloomFilter, AnswersAfterAdding)
 {
+    // An empty filter's "no" is the filter command test's.
     KCBloomFilter filter({1000, 8.0, 3}, KCBloomFilterInt64HashProvider());
-    for (int64_t key = 0; key < 50; ++key)
-        EXPECT_FALSE(filter.mightContainKey(&key));
     for (int64_t key = 0; key < 1000; key += 3)
         filter.addKey(&key);
     for (int64_t key = 0; key < 1000; key += 3)
