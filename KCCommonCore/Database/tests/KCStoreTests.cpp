@@ -292,15 +292,4 @@ TEST(KCStoreFiles, DamagedStoreIsNeverWrittenAgain)
     EXPECT_EQ(KCReadTestFile(path), damaged);
 }
 
-// An index that joins the model is added when an existing store is opened.
-TEST(KCStoreFiles, IndexesNewToTheModelAreAddedToOlderStores)
-{
-    KCScratchDirectory directory;
-    ASSERT_TRUE(KCOpenTestStore(directory.url("Items.sqlite")));
-    std::string json = KCTestModelJSON();
-    json.insert(json.find(R"("attributes")"), R"("indexes": [["title", "when"]], )");
-    ASSERT_TRUE(KCOpenStoreWithModel(directory.url("Items.sqlite"), json));
-    EXPECT_EQ(KCQueryStoreFile(directory.file("Items.sqlite"), "SELECT 1 FROM sqlite_master WHERE name = 'Item_index_title_when'").size(), 1u);
-}
-
 } // namespace

@@ -85,11 +85,6 @@ TEST(TNAnnotationQueries, LookUpsByIdentityBookKindAndLocation)
     EXPECT_EQ(fetch(TNAnnotation::predicateForAnnotationsWithLocation(u"loc1", true)), (S {u"H1", u"H2", u"H3"}));
     EXPECT_EQ(TNAnnotation::annotationsForPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(false), context)->size(), 6u);
     EXPECT_EQ(TNAnnotation::annotationsForPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), context)->size(), 7u);
-
-    // Sorted by creation date: the latest created comes last.
-    auto all = TNAnnotation::annotationsForAssetID(u"A", true, context);
-    for (size_t i = 1; i < all->size(); ++i)
-        EXPECT_LE(*(*all)[i - 1]->annotationCreationDate(), *(*all)[i]->annotationCreationDate());
 }
 
 TEST(TNAnnotationQueries, LatestModificationsAndVersions)

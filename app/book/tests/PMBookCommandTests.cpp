@@ -2,6 +2,7 @@
 // would, on a book with a font under each obfuscation.
 #include "PMTestEpub.h"
 #include "app/tests/PMProgramRunner.h"
+#include "e2e/PMSampleBook.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -27,8 +28,8 @@ protected:
         epub.otherIdentifiers = {"urn:uuid:00112233-4455-6677-8899-aabbccddeeff"};
         epub.files = {
             {"OEBPS/ch1.xhtml", "<html><body>One</body></html>", "application/xhtml+xml", "", "", true},
-            {"OEBPS/fonts/a.ttf", PMTestObfuscateAdobe(m_font, epub.otherIdentifiers[0]), "font/ttf", "", "http://ns.adobe.com/pdf/enc#RC", false},
-            {"OEBPS/fonts/B.OTF", PMTestObfuscateIDPF(m_font, "urn:isbn:9780306406157"), "font/otf", "", "http://www.idpf.org/2008/embedding", false},
+            {"OEBPS/fonts/a.ttf", PMObfuscateFont(m_font, PMFontObfuscation::Adobe, epub.otherIdentifiers[0]), "font/ttf", "", "http://ns.adobe.com/pdf/enc#RC", false},
+            {"OEBPS/fonts/B.OTF", PMObfuscateFont(m_font, PMFontObfuscation::IDPF, epub.uniqueIdentifier), "font/otf", "", "http://www.idpf.org/2008/embedding", false},
         };
         ASSERT_TRUE(epub.write(m_sandbox.file("book.epub")));
         m_book = "'" + m_sandbox.file("book.epub") + "'";

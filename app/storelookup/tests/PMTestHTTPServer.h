@@ -17,12 +17,9 @@
 #include <vector>
 
 struct PMTestHTTPReply {
-    PMTestHTTPReply(int status, std::string body = "", std::string headers = "")
-        : status(status), body(std::move(body)), headers(std::move(headers)) {}
-
     int status;  // 0: silence
-    std::string body;
-    std::string headers;  // extra header lines, each ending in "\r\n"
+    std::string body = "";
+    std::string headers = "";  // extra header lines, each ending in "\r\n"
     bool announceLength = true;  // false: the body ends when the connection closes
 };
 
@@ -32,9 +29,7 @@ public:
 
     explicit PMTestHTTPServer(Handler handler) : m_handler(std::move(handler))
     {
-        sockaddr_in address {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        sockaddr_in address {AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
         socklen_t length = sizeof address;
         bind(m_listener, reinterpret_cast<sockaddr*>(&address), length);
         listen(m_listener, 16);
@@ -66,8 +61,7 @@ private:
     // Up to 4 KiB from the client; nothing once it has closed or the server stops.
     std::string receive(int client)
     {
-        pollfd wanted {client, POLLIN, 0};
-        while (!m_stopping) {
+        for (pollfd wanted {client, POLLIN, 0}; !m_stopping;) {
             if (poll(&wanted, 1, 50) > 0) {
                 char buffer[4096];
                 ssize_t count = recv(client, buffer, sizeof buffer, 0);
@@ -95,8 +89,7 @@ private:
         }
         std::string length = reply.announceLength ? "Content-Length: " + std::to_string(reply.body.size()) + "\r\n" : "";
         std::string text = "HTTP/1.1 " + std::to_string(reply.status) + " Reply\r\n" + length + "Connection: close\r\n" + reply.headers + "\r\n" + reply.body;
-        for (ssize_t sent = 0, count = 0; size_t(sent) < text.size() && count >= 0; sent += count)
-            count = send(client, text.data() + sent, text.size() - size_t(sent), MSG_NOSIGNAL);
+        send(client, text.data(), text.size(), MSG_NOSIGNAL);  // a blocking socket takes it all or the client left
     }
 
     Handler m_handler;
