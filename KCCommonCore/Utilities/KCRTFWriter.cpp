@@ -54,7 +54,7 @@ public:
             m_out.append("{\\f");
             number(static_cast<long>(i));
             m_out.append("\\fnil\\fcharset0 ");
-            escaped(m_fonts[i], Context::FontName);
+            escaped(m_fonts[i], 0, m_fonts[i].size(), Context::FontName);
             m_out.append(";}");
         }
         m_out.append("}\n");
@@ -71,12 +71,12 @@ public:
                 if (!link.empty()) {
                     outside = m_format;
                     m_out.append("{\\field{\\*\\fldinst HYPERLINK \"");
-                    escaped(link, Context::URL);
+                    escaped(link, 0, link.size(), Context::URL);
                     m_out.append("\"}{\\fldrslt ");
                 }
             }
             format(run.attributes);
-            escaped(std::u16string_view(m_text.string()).substr(run.range.location, run.range.length), Context::Text);
+            escaped(m_text.string(), run.range.location, run.range.end(), Context::Text);
         }
         if (!link.empty())
             m_out.append("}}");
@@ -133,9 +133,11 @@ private:
         m_format = wanted;
     }
 
-    void escaped(std::u16string_view text, Context context)
+    // Units begin to end of the text; a line break may look past the end (a
+    // carriage return and line feed in two runs are still one break).
+    void escaped(std::u16string_view text, size_t begin, size_t end, Context context)
     {
-        for (size_t i = 0; i < text.size(); ++i) {
+        for (size_t i = begin; i < end; ++i) {
             char16_t c = text[i];
             switch (c) {
             case u'\\':
