@@ -70,9 +70,9 @@ public:
                 link = run.attributes.link;
                 if (!link.empty()) {
                     outside = m_format;
-                    m_out.append("{\\field{\\*\\fldinst HYPERLINK \"");
+                    m_out.append("{\\field{\\*\\fldinst{HYPERLINK \"");
                     escaped(link, 0, link.size(), Context::URL);
-                    m_out.append("\"}{\\fldrslt ");
+                    m_out.append("\"}}{\\fldrslt ");
                 }
             }
             format(run.attributes);
@@ -181,9 +181,10 @@ private:
             if (c >= 0x20 && c < 0x7F) {
                 m_out.push_back(static_cast<char>(c));
             } else {
+                // The space ends the control word before the fallback "?"; some readers take "?" for the end.
                 m_out.append("\\u");
                 number(static_cast<int16_t>(c));
-                m_out.push_back('?');
+                m_out.append(" ?");
             }
         }
     }

@@ -1,7 +1,7 @@
 #pragma once
 // Styled text as RTF, in one pass: a font table of the fonts the runs use, the
 // font and size of each run, and a hyperlink field over exactly the linked
-// characters. Text outside ASCII is written as \uN? escapes of its UTF-16 units
+// characters. Text outside ASCII is written as "\uN ?" escapes of its UTF-16 units
 // (N signed, a surrogate pair as two), so the bytes are plain ASCII. Line feeds
 // and paragraph separators end paragraphs (\par), line separators break lines
 // (\line). Runs without a font are set in the default font, Helvetica 12.

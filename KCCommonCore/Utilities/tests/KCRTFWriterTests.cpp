@@ -12,8 +12,8 @@ TEST(KCRTFWriter, EscapesFontsAndALinkOverExactlyItsCharacters)
     // The field's group restores the formatting before it: the plain run after it sets nothing.
     EXPECT_EQ(KCRTFFromStyledString(text),
         "{\\rtf1\\ansi\\ansicpg1252\\deff0\\uc1 {\\fonttbl{\\f0\\fnil\\fcharset0 Helvetica;}{\\f1\\fnil\\fcharset0 Helvetica-Bold;}}\n"
-        "\\f0\\fs24 Tab\\tab {\\field{\\*\\fldinst HYPERLINK \"https://e.org/?q=%22a%22\"}{\\fldrslt see \\f1\\b \\{x\\}\\f0\\b0 \\\\}}"
-        " \\u233?\\u-1?\\u-10179?\\u-8704?\\par\nline\\line\nend}\n");
+        "\\f0\\fs24 Tab\\tab {\\field{\\*\\fldinst{HYPERLINK \"https://e.org/?q=%22a%22\"}}{\\fldrslt see \\f1\\b \\{x\\}\\f0\\b0 \\\\}}"
+        " \\u233 ?\\u-1 ?\\u-10179 ?\\u-8704 ?\\par\nline\\line\nend}\n");
 }
 
 } // namespace
