@@ -8,6 +8,7 @@
 #include <unicode/unistr.h>
 #include <unicode/utf16.h>
 
+#include <functional>
 #include <memory>
 
 namespace {
@@ -18,33 +19,22 @@ bool isFlattened(char32_t c)
     return type == U_CONTROL_CHAR || type == U_FORMAT_CHAR || c == 0x2028 || c == 0x2029;
 }
 
+// Making an iterator looks its rules up each time; a clone of one made per thread costs little.
 std::unique_ptr<icu::BreakIterator> breakIterator(bool sentences)
 {
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::BreakIterator> iterator(sentences ? icu::BreakIterator::createSentenceInstance(icu::Locale::getRoot(), status)
-                                                           : icu::BreakIterator::createWordInstance(icu::Locale::getRoot(), status));
-    if (U_FAILURE(status) || !iterator) {
-        KCLog("Cannot create a %s break iterator: %s", sentences ? "sentence" : "word", u_errorName(status));
-        return nullptr;
+    thread_local std::unique_ptr<icu::BreakIterator> prototypes[2];
+    auto& prototype = prototypes[sentences ? 1 : 0];
+    if (!prototype) {
+        UErrorCode status = U_ZERO_ERROR;
+        prototype.reset(sentences ? icu::BreakIterator::createSentenceInstance(icu::Locale::getRoot(), status)
+                                  : icu::BreakIterator::createWordInstance(icu::Locale::getRoot(), status));
+        if (U_FAILURE(status) || !prototype) {
+            KCLog("Cannot create a %s break iterator: %s", sentences ? "sentence" : "word", u_errorName(status));
+            prototype.reset();
+            return nullptr;
+        }
     }
-    return iterator;
-}
-
-// The pieces between boundaries; of words, only those with a word status (not blanks or punctuation).
-std::vector<KCRange> segments(std::u16string_view text, bool sentences)
-{
-    std::vector<KCRange> ranges;
-    auto iterator = breakIterator(sentences);
-    if (!iterator)
-        return ranges;
-    icu::UnicodeString units(false, text.data(), static_cast<int32_t>(text.size()));
-    iterator->setText(units);
-    int32_t start = iterator->first();
-    for (int32_t end = iterator->next(); end != icu::BreakIterator::DONE; start = end, end = iterator->next()) {
-        if (sentences || iterator->getRuleStatus() >= UBRK_WORD_NONE_LIMIT)
-            ranges.push_back({static_cast<uint64_t>(start), static_cast<uint64_t>(end - start)});
-    }
-    return ranges;
+    return std::unique_ptr<icu::BreakIterator>(prototype->clone());
 }
 
 } // namespace
@@ -98,12 +88,38 @@ uint64_t tn_occurrenceCountOfString(std::u16string_view text, std::u16string_vie
     return count;
 }
 
+void KCEnumerateTokenRanges(std::u16string_view text, bool sentences, const std::function<bool(KCRange)>& visit)
+{
+    auto iterator = breakIterator(sentences);
+    if (!iterator)
+        return;
+    icu::UnicodeString units(false, text.data(), static_cast<int32_t>(text.size()));
+    iterator->setText(units);
+    int32_t start = iterator->first();
+    for (int32_t end = iterator->next(); end != icu::BreakIterator::DONE; start = end, end = iterator->next()) {
+        // Of words, only those with a word status: not blanks or punctuation.
+        bool token = sentences || iterator->getRuleStatus() >= UBRK_WORD_NONE_LIMIT;
+        if (token && !visit({static_cast<uint64_t>(start), static_cast<uint64_t>(end - start)}))
+            return;
+    }
+}
+
+static std::vector<KCRange> tokenRanges(std::u16string_view text, bool sentences)
+{
+    std::vector<KCRange> ranges;
+    KCEnumerateTokenRanges(text, sentences, [&](KCRange range) {
+        ranges.push_back(range);
+        return true;
+    });
+    return ranges;
+}
+
 std::vector<KCRange> KCSentenceRanges(std::u16string_view text)
 {
-    return segments(text, true);
+    return tokenRanges(text, true);
 }
 
 std::vector<KCRange> KCWordRanges(std::u16string_view text)
 {
-    return segments(text, false);
+    return tokenRanges(text, false);
 }

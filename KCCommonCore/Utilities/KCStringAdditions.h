@@ -5,6 +5,7 @@
 #include "KCGeometry.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,3 +26,5 @@ uint64_t tn_occurrenceCountOfString(std::u16string_view text, std::u16string_vie
 std::vector<KCRange> KCSentenceRanges(std::u16string_view text);
 // The words of the text in order: letters, numbers, ideographs; blanks and punctuation between them are left out.
 std::vector<KCRange> KCWordRanges(std::u16string_view text);
+// The words (or sentences) one at a time, in order, until `visit` answers false.
+void KCEnumerateTokenRanges(std::u16string_view text, bool sentences, const std::function<bool(KCRange)>& visit);

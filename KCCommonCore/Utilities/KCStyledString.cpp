@@ -9,9 +9,12 @@ void KCStyledString::append(std::u16string_view text, const KCTextAttributes& at
 {
     if (text.empty())
         return;
-    m_runs.push_back({{m_text.size(), text.size()}, attributes});
+    // Only the last run can take the new text: appending stays linear.
+    if (!m_runs.empty() && m_runs.back().attributes == attributes)
+        m_runs.back().range.length += text.size();
+    else
+        m_runs.push_back({{m_text.size(), text.size()}, attributes});
     m_text.append(text);
-    p_merge();
 }
 
 void KCStyledString::append(const KCStyledString& other)

@@ -1,5 +1,5 @@
 // pagemoor annotations: adds, lists, changes, queries and quotes (excerpts) the annotations of an annotation store file.
-#include "app/PMCommand.h"
+#include "StoreCommandSupport.h"
 
 #include "TNAnnotation/TNAnnotation.h"
 #include "TNAnnotation/TNAnnotationStoreDataSource.h"
@@ -68,12 +68,6 @@ std::optional<KCRange> rangeOption(const Options& options, std::string& error)
     return range;
 }
 
-std::optional<std::u16string> textOption(const Options& options, const std::string& name)
-{
-    auto text = options.option(name);
-    return text ? std::optional<std::u16string>(KCUTF16FromUTF8(*text)) : std::nullopt;
-}
-
 nlohmann::ordered_json jsonOf(const TNAnnotation& annotation)
 {
     auto object = nlohmann::ordered_json::object();
@@ -106,23 +100,7 @@ void printAnnotations(const TNAnnotation::Annotations& annotations, bool json)
     }
 }
 
-struct Session {
-    std::unique_ptr<TNAnnotationStoreDataSource> store;
-    std::shared_ptr<KCManagedObjectContext> context;
-};
-
-std::optional<Session> openStore(const std::string& path)
-{
-    auto url = KCURL::fileURLWithPath(std::filesystem::absolute(path).lexically_normal().string());
-    if (!url)
-        return std::nullopt;
-    Session session {std::make_unique<TNAnnotationStoreDataSource>(*url), nullptr};
-    session.store->loadObjectStore();
-    if (!session.store->persistentStore())
-        return std::nullopt;
-    session.context = session.store->newManagedObjectContext();
-    return session;
-}
+using Session = PMStoreSession;
 
 int save(Session& session)
 {
@@ -131,7 +109,7 @@ int save(Session& session)
 
 int add(Session& session, const Options& options)
 {
-    auto asset = textOption(options, "asset");
+    auto asset = PMTextOption(options, "asset");
     if (!asset)
         return PMFail("add needs --asset ID");
     std::string error;
@@ -144,7 +122,7 @@ int add(Session& session, const Options& options)
         return PMFail(error);
     if (type && (*type < 1 || *type > 3))
         return PMFail("--type is 1 (bookmark), 2 (range) or 3 (global)");
-    auto uuid = textOption(options, "uuid");
+    auto uuid = PMTextOption(options, "uuid");
     auto annotation = TNAnnotation::insertAnnotationWithAssetID(*asset, std::nullopt, uuid ? TNAnnotation::TextArgument(*uuid) : std::nullopt, session.context.get());
     if (!annotation)
         return PMFail("could not make an annotation");
@@ -157,7 +135,7 @@ int add(Session& session, const Options& options)
         {"note", &TNAnnotation::setAnnotationNote}, {"location", &TNAnnotation::setAnnotationLocation},
         {"page", &TNAnnotation::setPhysicalPageNumber}, {"chapter", &TNAnnotation::setChapterTitle}};
     for (const auto& [name, setter] : texts) {
-        if (auto text = textOption(options, name))
+        if (auto text = PMTextOption(options, name))
             (annotation.get()->*setter)(*text);
     }
     if (start)
@@ -180,7 +158,7 @@ int readFailure(const KCError& error)
 
 std::shared_ptr<TNAnnotation> annotationNamed(Session& session, const Options& options, KCError* error)
 {
-    auto uuid = textOption(options, "uuid");
+    auto uuid = PMTextOption(options, "uuid");
     if (!uuid)
         return nullptr;
     // Any kind, the book's global annotation included, which the record's own
@@ -317,12 +295,12 @@ int runAnnotations(const std::vector<std::string>& args)
     if (std::find(std::begin(commands), std::end(commands), command) == std::end(commands))
         return PMFail("unknown annotations command '" + command + "'");
     PMSendLogToStandardError();
-    auto session = openStore(*path);
+    auto session = PMOpenStore(*path);
     if (!session)
         return PMFail("could not open the annotation store " + *path);
 
     bool json = options.flag("json");
-    auto asset = textOption(options, "asset");
+    auto asset = PMTextOption(options, "asset");
     if (command == "add")
         return add(*session, options);
     if (command == "set")
