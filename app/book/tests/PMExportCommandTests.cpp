@@ -14,7 +14,7 @@ protected:
         epub.title = "Moby-Dick";
         epub.creator = "Herman Melville";
         epub.files = {{"OEBPS/ch1.xhtml", "<html><body>Call me Ishmael.</body></html>", "application/xhtml+xml", "", "", true}};
-        ASSERT_TRUE(epub.write(m_sandbox.path("book.epub")));
+        ASSERT_TRUE(epub.write(m_sandbox.file("book.epub")));
         std::string store = "annotations --store '" + m_store + "' add ";
         for (std::string added : {"--asset '" + epub.uniqueIdentifier + "' --range-start 10 --page 7 --note 'Bold note' --selected 'Z\xC3\xBCrich {x} back\\slash \xF0\x9F\x98\x80 \xE6\x9D\xB1\xE4\xBA\xAC'",
                  "--asset '" + epub.uniqueIdentifier + "' --range-start 1 --selected 'Call me Ishmael.'",
@@ -26,11 +26,11 @@ protected:
 
     PMProgramResult exportBook(const std::string& options)
     {
-        return PMRunPagemoor("export '" + m_sandbox.path("book.epub") + "' --store '" + m_store + "' --cache-dir '" + m_sandbox.cacheDirectory() + "' " + options);
+        return PMRunPagemoor("export '" + m_sandbox.file("book.epub") + "' --store '" + m_store + "' --cache-dir '" + m_sandbox.cacheDirectory() + "' " + options);
     }
 
     PMBookSandbox m_sandbox;
-    std::string m_store = m_sandbox.path("Annotations.sqlite");
+    std::string m_store = m_sandbox.file("Annotations.sqlite");
 };
 
 TEST_F(PMExportCommandTest, TextInReadingOrderWithCitationAndLink)
@@ -55,10 +55,10 @@ TEST_F(PMExportCommandTest, TextInReadingOrderWithCitationAndLink)
 TEST_F(PMExportCommandTest, PandocReadsTheRTF)
 {
     ASSERT_EQ(std::system("command -v pandoc >/dev/null"), 0) << "pandoc is missing; scripts/setup installs it";
-    std::string rtf = m_sandbox.path("notes.rtf");
+    std::string rtf = m_sandbox.file("notes.rtf");
     PMProgramResult exported = exportBook("--format rtf --book-url https://store.example/book/id42 -o '" + rtf + "'");
     ASSERT_EQ(exported.status, 0) << exported.err;
-    std::string markdown = m_sandbox.path("notes.md");
+    std::string markdown = m_sandbox.file("notes.md");
     ASSERT_EQ(std::system(("pandoc -f rtf -t markdown-smart '" + rtf + "' -o '" + markdown + "'").c_str()), 0);
     std::string read = KCReadTestFile(markdown);
     // This pandoc reads each half of a surrogate pair on its own, so the emoji is left out here.
