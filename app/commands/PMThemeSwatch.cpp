@@ -1,5 +1,7 @@
 #include "PMThemeSwatch.h"
 
+#include "Utilities/KCStretchableImage.h"
+
 #include <cairo.h>
 
 #include <memory>
@@ -95,20 +97,34 @@ void drawHighlight(cairo_t* cr, const TNAnnotationTheme& theme, double x, double
     text(cr, ink, 10, x + 122, y + 27, "striation");
 }
 
+// The note marker as a small stretchable image: a rounded square whose
+// corners keep their size when it is drawn larger.
+constexpr int kMarkerImageSide = 11;
+constexpr double kMarkerCap = 5;
+
+KCBitmapRef markerImage(const TNAnnotationTheme& theme)
+{
+    Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, kMarkerImageSide, kMarkerImageSide), cairo_surface_destroy);
+    Context cr(cairo_create(surface.get()), cairo_destroy);
+    roundedRectangle(cr.get(), 0.75, 0.75, kMarkerImageSide - 1.5, kMarkerImageSide - 1.5, 4);
+    if (auto fill = theme.noteMarkerColor()) {
+        setColor(cr.get(), *fill);
+        cairo_fill_preserve(cr.get());
+    }
+    if (auto border = theme.noteMarkerBorderColor()) {
+        setColor(cr.get(), *border);
+        cairo_set_line_width(cr.get(), 1.5);
+        cairo_stroke(cr.get());
+    }
+    cairo_surface_flush(surface.get());
+    return KCBitmap::createWithSurface(surface.get());
+}
+
 // The marker beside a note in the text, and the note as the sidebar shows it.
 void drawMarkerAndNote(cairo_t* cr, const TNAnnotationTheme& theme, double x, double y)
 {
-    roundedRectangle(cr, x, y, 20, 20, 4);
-    if (auto fill = theme.noteMarkerColor()) {
-        setColor(cr, *fill);
-        cairo_fill_preserve(cr);
-    }
-    if (auto border = theme.noteMarkerBorderColor()) {
-        setColor(cr, *border);
-        cairo_set_line_width(cr, 1.5);
-        cairo_stroke_preserve(cr);
-    }
-    cairo_new_path(cr);
+    if (KCBitmapRef marker = markerImage(theme))
+        ContextDrawStretchableImage(cr, marker, KCRect {x, y, 20, 20}, kMarkerCap, kMarkerCap);
     fillRectangle(cr, theme.noteColor(), x + 32, y - 4, 150, 28);
     strokeRectangle(cr, theme.noteBorderColor(), x + 32.5, y - 3.5, 149, 27);
     if (auto ink = theme.noteTextColor())
