@@ -15,20 +15,15 @@
 #include <iterator>
 #include <string_view>
 
+#include "PMFuzzText.h"
+
 namespace {
+
+constexpr char16_t kUnits[] = {u'a', u'B', u' ', u'.', u',', u'!', u'\n', u'\r', u'\t', 0x2026, 0xD83D, 0xDE00, 0x200B, 0x0085, 0x3002, u'\''};
 
 std::u16string decode(std::string_view bytes)
 {
-    static const char16_t units[] = {u'a', u'B', u' ', u'.', u',', u'!', u'\n', u'\r', u'\t', 0x2026, 0xD83D, 0xDE00, 0x200B, 0x0085, 0x3002, u'\''};
-    std::u16string text;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        auto byte = static_cast<uint8_t>(bytes[i]);
-        if (byte < 0x80 || i + 1 == bytes.size())
-            text.push_back(units[byte % std::size(units)]);
-        else
-            text.push_back(static_cast<char16_t>(byte << 8 | static_cast<uint8_t>(bytes[++i])));
-    }
-    return text;
+    return PMFuzzUTF16(bytes, kUnits);
 }
 
 void checkInside(const KCStyledString& styled)

@@ -13,22 +13,17 @@
 #include <cstdlib>
 #include <iterator>
 #include <string_view>
+
+#include "PMFuzzText.h"
 #include <vector>
 
 namespace {
 
+constexpr char16_t kUnits[] = {u'a', u' ', u'\\', u'{', u'}', u'\n', u'\r', u'\t', u'"', u';', u'?', u'1', 0x2028, 0x2029, 0xE9, 0xD83D, 0xDE00, 0xFFFF, 0x7F, 0x00};
+
 std::u16string decode(std::string_view bytes)
 {
-    static const char16_t units[] = {u'a', u' ', u'\\', u'{', u'}', u'\n', u'\r', u'\t', u'"', u';', u'?', u'1', 0x2028, 0x2029, 0xE9, 0xD83D, 0xDE00, 0xFFFF, 0x7F, 0x00};
-    std::u16string text;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        auto byte = static_cast<uint8_t>(bytes[i]);
-        if (byte < 0x80 || i + 1 == bytes.size())
-            text.push_back(units[byte % std::size(units)]);
-        else
-            text.push_back(static_cast<char16_t>(byte << 8 | static_cast<uint8_t>(bytes[++i])));
-    }
-    return text;
+    return PMFuzzUTF16(bytes, kUnits);
 }
 
 void applyAttributes(KCStyledString& styled, std::string_view bytes)
