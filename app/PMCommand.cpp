@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
 
 #include <unistd.h>
@@ -109,6 +110,15 @@ bool PMWriteAll(int descriptor, std::string_view bytes)
         bytes.remove_prefix(static_cast<size_t>(count));
     }
     return true;
+}
+
+bool PMWriteOutput(std::string_view bytes, const std::optional<std::string>& path)
+{
+    if (!path)
+        return std::fflush(stdout) == 0 && PMWriteAll(STDOUT_FILENO, bytes);
+    std::ofstream file(*path, std::ios::binary | std::ios::trunc);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return static_cast<bool>(file.flush());
 }
 
 std::optional<int> PMRejectUnknown(const PMArguments& arguments, const std::set<std::string>& flags)

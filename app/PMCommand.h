@@ -53,6 +53,8 @@ int PMFail(const std::string& message);
 void PMSetFailureDescriptor(int descriptor);
 // Writes every byte to the descriptor; false when a write fails.
 bool PMWriteAll(int descriptor, std::string_view bytes);
+// Writes the bytes to the file at `path` (replacing it), or to standard output without one; false when that fails.
+bool PMWriteOutput(std::string_view bytes, const std::optional<std::string>& path);
 // Fails (with the status) when the arguments did not parse or name a flag that the command does not know.
 std::optional<int> PMRejectUnknown(const PMArguments& arguments, const std::set<std::string>& flags);
 // Sends the log to standard error, so that standard output carries only the answer.

@@ -1,12 +1,11 @@
 // Any bytes as an .epub file: opening never crashes or hangs, and whatever
 // the archive says, nothing is written outside the cache directory.
 #include "book/PMBook.h"
-#include "Utilities/KCLogger.h"
+
+#include "PMFuzzSandbox.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <unistd.h>
 
 namespace {
 
@@ -18,16 +17,7 @@ fs::path sandbox;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    KCLogger::sharedLogger()->setAuxPath("/dev/null");
-    KCLogger::sharedLogger()->setLogToFileOnly(true);
-    std::string pattern = (fs::temp_directory_path() / "pm-fuzz-epub-XXXXXX").string();
-    if (!::mkdtemp(pattern.data()))
-        std::abort();
-    sandbox = pattern;
-    std::atexit([] {
-        std::error_code ignored;
-        fs::remove_all(sandbox, ignored);
-    });
+    sandbox = PMFuzzSandbox("epub");
     return 0;
 }
 

@@ -2,10 +2,10 @@
 
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
+#include "Utilities/KCStringAdditions.h"
 #include "Utilities/KCStringConversion.h"
 
 #include <glib.h>
-#include <unicode/uchar.h>
 
 #include <cctype>
 #include <charconv>
@@ -19,15 +19,6 @@ constexpr size_t kMaximumSerializedTextLength = 5000;
 KCValue textValue(TNAnnotation::TextArgument text)
 {
     return text ? KCValue(*text) : KCValue();
-}
-
-// White space and line breaks, as trimming a note understands them.
-bool isWhitespaceOrNewline(char16_t c)
-{
-    if ((c >= 0x09 && c <= 0x0D) || c == 0x85)
-        return true;
-    auto type = u_charType(c);
-    return type == U_SPACE_SEPARATOR || type == U_LINE_SEPARATOR || type == U_PARAGRAPH_SEPARATOR;
 }
 
 std::u16string freshUUID()
@@ -273,12 +264,7 @@ bool TNAnnotation::annotationHasNote() const
     const std::u16string* note = valueForKey("annotationNote").string();
     if (!note)
         return false;
-    size_t begin = 0, end = note->size();
-    while (begin < end && isWhitespaceOrNewline((*note)[begin]))
-        ++begin;
-    while (end > begin && isWhitespaceOrNewline((*note)[end - 1]))
-        --end;
-    return static_cast<uint8_t>(end - begin) != 0;
+    return static_cast<uint8_t>(KCTrimWhitespaceAndNewlines(*note).size()) != 0;
 }
 
 void TNAnnotation::updateSystemModificationDate()

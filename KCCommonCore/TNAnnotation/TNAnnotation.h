@@ -10,6 +10,7 @@
 #include "Database/KCManagedObject.h"
 #include "Database/KCManagedObjectContext.h"
 #include "Utilities/KCGeometry.h"
+#include "Utilities/KCStyledString.h"
 
 #include <optional>
 #include <string>
@@ -115,6 +116,25 @@ public:
     static std::u16string optimizedSelectedTextForSerialization(std::u16string_view text);
     // The representative text, unless it is longer than 5000 units or repeats the selection.
     static Text optimizedRepresentativeTextForSerialization(TextArgument representativeText, TextArgument selectedText);
+
+    // Excerpts that shares quote (TNAnnotationExcerpt.cpp). The selected text in its
+    // sentence, with an ellipsis where it starts or ends inside one and the
+    // sentence's last punctuation mark when only that is left out.
+    static Text contextAwareSelectedTextFromAnnotation(const TNAnnotation& annotation);
+    // The flattened sentence shortened before the selection so that at most
+    // possibleLength units lie between its start and the selection's end, with
+    // the annotation style over the selection; nothing without any text.
+    static std::optional<KCStyledString> annotatedAttributedStringForAnnotation(const TNAnnotation& annotation, uint64_t possibleLength);
+    std::optional<KCStyledString> annotatedAttributedString() const;  // no limit
+    static KCStyledString annotatedAttributedStringWithString(std::u16string_view text, int32_t annotationStyle, KCRange range);
+    // Also true when either text is missing.
+    static bool isSelectedTextRepeatedInRepresentativeTextForAnnotation(const TNAnnotation& annotation);
+    // The sentence from a cut before the selection's end (after a punctuation
+    // mark, at a word start, or at a letter) to its end, trimmed; the range
+    // becomes the raw selected text's place in it, not found when it is not there.
+    static Text clauseForSelectedTextForAnnotation(const TNAnnotation& annotation, std::u16string_view sentence, uint64_t possibleLength, KCRange& highlightedRange);
+    static Text wordsForSelectedTextForAnnotation(const TNAnnotation& annotation, std::u16string_view sentence, uint64_t possibleLength, KCRange& highlightedRange);
+    static Text lettersForSelectedTextForAnnotation(const TNAnnotation& annotation, std::u16string_view sentence, uint64_t possibleLength, KCRange& highlightedRange);
 
     static KCArray userAnnotationTypeValues();    // [1, 2]
     static KCArray globalAnnotationTypeValues();  // [3]

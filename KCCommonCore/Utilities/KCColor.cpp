@@ -23,7 +23,9 @@ KCColor KCColor::colorWithHue(double hue, double saturation, double brightness, 
 {
     if (saturation <= 0)
         return colorWithRed(brightness, brightness, brightness, alpha);
-    double sector = hue >= 1 ? 0 : hue * 6;
+    // Hue goes round: 1 is 0 again, and so is anything that is not a number.
+    double turn = std::isfinite(hue) ? hue - std::floor(hue) : 0;
+    double sector = turn * 6;
     int index = static_cast<int>(std::floor(sector));
     double fraction = sector - index;
     double p = brightness * (1 - saturation);

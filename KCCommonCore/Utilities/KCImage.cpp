@@ -31,7 +31,7 @@ void unpremultiplyRow(const uint8_t* source, int width, uint8_t* target)
 
 // The encoder reports failure by jumping back here; nothing that needs
 // destroying lives in this frame.
-bool writeRows(png_structp png, png_infop info, const KCImage& image, uint8_t* row)
+bool writeRows(png_structp png, png_infop info, int width, int height, const uint8_t* pixels, size_t bytesPerRow, uint8_t* row)
 {
     if (setjmp(png_jmpbuf(png)))
         return false;
@@ -40,15 +40,36 @@ bool writeRows(png_structp png, png_infop info, const KCImage& image, uint8_t* r
     // defaults, and smaller.
     png_set_filter(png, 0, PNG_FILTER_SUB);
     png_set_compression_level(png, 3);
-    png_set_IHDR(png, info, static_cast<png_uint_32>(image.width), static_cast<png_uint_32>(image.height), 8, PNG_COLOR_TYPE_RGB_ALPHA,
+    png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8, PNG_COLOR_TYPE_RGB_ALPHA,
         PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
-    for (int y = 0; y < image.height; ++y) {
-        unpremultiplyRow(image.pixels.data() + static_cast<size_t>(y) * image.bytesPerRow, image.width, row);
+    for (int y = 0; y < height; ++y) {
+        unpremultiplyRow(pixels + static_cast<size_t>(y) * bytesPerRow, width, row);
         png_write_row(png, row);
     }
     png_write_end(png, nullptr);
     return true;
+}
+
+// Premultiplied ARGB32 rows as one PNG file, a row at a time: any height, and
+// one row beside the pixels.
+std::optional<KCData> encodePNG(int width, int height, const uint8_t* pixels, size_t bytesPerRow)
+{
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    std::vector<uint8_t> row(static_cast<size_t>(width) * 4);
+    KCData data;
+    bool written = false;
+    if (info) {
+        png_set_write_fn(png, &data, appendToData, nullptr);
+        written = writeRows(png, info, width, height, pixels, bytesPerRow, row.data());
+    }
+    png_destroy_write_struct(&png, &info);
+    if (!written) {
+        KCLog("PNG encoding of a %d x %d image failed", width, height);
+        return std::nullopt;
+    }
+    return data;
 }
 
 } // namespace
@@ -62,20 +83,17 @@ std::optional<KCData> KCImage::PNGData() const
             static_cast<unsigned long>(bytesPerRow), static_cast<unsigned long>(pixels.size()));
         return std::nullopt;
     }
-    // A row at a time: any height, and one row beside the pixels.
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png ? png_create_info_struct(png) : nullptr;
-    std::vector<uint8_t> row(rowBytes);
-    KCData data;
-    bool written = false;
-    if (info) {
-        png_set_write_fn(png, &data, appendToData, nullptr);
-        written = writeRows(png, info, *this, row.data());
-    }
-    png_destroy_write_struct(&png, &info);
-    if (!written) {
-        KCLog("PNG encoding of a %d x %d image failed", width, height);
+    return encodePNG(width, height, pixels.data(), bytesPerRow);
+}
+
+std::optional<KCData> KCPNGDataWithSurface(cairo_surface_t* surface)
+{
+    if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS || cairo_image_surface_get_format(surface) != CAIRO_FORMAT_ARGB32
+        || cairo_image_surface_get_width(surface) <= 0 || cairo_image_surface_get_height(surface) <= 0) {
+        KCLog("Cannot encode a surface that is not a drawn ARGB32 image");
         return std::nullopt;
     }
-    return data;
+    cairo_surface_flush(surface);
+    return encodePNG(cairo_image_surface_get_width(surface), cairo_image_surface_get_height(surface),
+        cairo_image_surface_get_data(surface), static_cast<size_t>(cairo_image_surface_get_stride(surface)));
 }

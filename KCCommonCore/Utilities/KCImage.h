@@ -2,10 +2,11 @@
 // A bitmap drawn by the engine: 8 bits per channel with premultiplied alpha,
 // each pixel one native-endian 32-bit ARGB word (cairo's ARGB32), rows
 // possibly longer than their pixels.
-// Errors: PNGData() answers nothing and logs when the size and the pixels
-// disagree or the encoder fails.
+// Errors: PNGData() and KCPNGDataWithSurface answer nothing and log when the
+// size and the pixels disagree or the encoder fails.
 #include "KCValue.h"
 
+#include <cairo.h>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -20,3 +21,6 @@ struct KCImage {
     // The image as one PNG file, of any size.
     std::optional<KCData> PNGData() const;
 };
+
+// A cairo image surface as one PNG file.
+std::optional<KCData> KCPNGDataWithSurface(cairo_surface_t* surface);

@@ -1,5 +1,5 @@
-// pagemoor annotations: adds, lists, changes and queries the annotations of an annotation store file.
-#include "app/PMCommand.h"
+// pagemoor annotations: adds, lists, changes, queries and quotes (excerpts) the annotations of an annotation store file.
+#include "StoreCommandSupport.h"
 
 #include "TNAnnotation/TNAnnotation.h"
 #include "TNAnnotation/TNAnnotationStoreDataSource.h"
@@ -17,13 +17,23 @@ const char* const kUsage =
     "usage: pagemoor annotations --store FILE COMMAND [OPTIONS]\n"
     "  add --asset ID [--type 1|2|3] [--style N] [--selected TEXT] [--representative TEXT] [--note TEXT]\n"
     "      [--location LOC] [--range-start N] [--range-end N] [--page P] [--chapter TITLE] [--uuid U]\n"
-    "                                 adds an annotation and prints its UUID\n"
+    "      [--selected-range LOCATION,LENGTH]\n"
+    "                                 adds an annotation and prints its UUID; the selected range\n"
+    "                                 counts UTF-16 units of the representative text\n"
     "  list --asset ID [--include-deleted] [--json]\n"
     "  set --uuid U --field NAME --value V\n"
     "  delete --uuid U                marks the annotation deleted\n"
     "  latest [--json]                the latest modification date per book and overall\n"
     "  bookmarks --asset ID           live page bookmarks\n"
-    "  ranges --asset ID              live highlights, underlines and notes\n";
+    "  ranges --asset ID              live highlights, underlines and notes\n"
+    "  excerpt --uuid U [--limit N] [--json]\n"
+    "                                 the selected text in its sentence, and the excerpt that shares\n"
+    "                                 quote: the sentence, cut before the selection so that at most\n"
+    "                                 N UTF-16 units lead to the selection's end (no cut without\n"
+    "                                 --limit). Prints \"context<TAB>TEXT\" and \"excerpt<TAB>TEXT\" with\n"
+    "                                 the highlighted part between \u00AB and \u00BB (\"-\": none); --json:\n"
+    "                                 {\"contextAware\", \"excerpt\", \"highlightedRange\": [location,\n"
+    "                                 length] or null, \"style\"}\n";
 
 using Options = PMArguments;
 
@@ -39,10 +49,23 @@ std::optional<int64_t> integerOption(const Options& options, const std::string& 
     return value;
 }
 
-std::optional<std::u16string> textOption(const Options& options, const std::string& name)
+// "LOCATION,LENGTH", two whole numbers.
+std::optional<KCRange> rangeOption(const Options& options, std::string& error)
 {
-    auto text = options.option(name);
-    return text ? std::optional<std::u16string>(KCUTF16FromUTF8(*text)) : std::nullopt;
+    auto text = options.option("selected-range");
+    if (!text)
+        return std::nullopt;
+    KCRange range;
+    const char* end = text->data() + text->size();
+    auto location = std::from_chars(text->data(), end, range.location);
+    bool parsed = location.ec == std::errc() && location.ptr != end && *location.ptr == ',';
+    if (parsed) {
+        auto length = std::from_chars(location.ptr + 1, end, range.length);
+        parsed = length.ec == std::errc() && length.ptr == end;
+    }
+    if (!parsed || range.location >= KCNotFound)
+        error = "--selected-range needs LOCATION,LENGTH (two whole numbers), not '" + *text + "'";
+    return range;
 }
 
 nlohmann::ordered_json jsonOf(const TNAnnotation& annotation)
@@ -77,23 +100,7 @@ void printAnnotations(const TNAnnotation::Annotations& annotations, bool json)
     }
 }
 
-struct Session {
-    std::unique_ptr<TNAnnotationStoreDataSource> store;
-    std::shared_ptr<KCManagedObjectContext> context;
-};
-
-std::optional<Session> openStore(const std::string& path)
-{
-    auto url = KCURL::fileURLWithPath(std::filesystem::absolute(path).lexically_normal().string());
-    if (!url)
-        return std::nullopt;
-    Session session {std::make_unique<TNAnnotationStoreDataSource>(*url), nullptr};
-    session.store->loadObjectStore();
-    if (!session.store->persistentStore())
-        return std::nullopt;
-    session.context = session.store->newManagedObjectContext();
-    return session;
-}
+using Session = PMStoreSession;
 
 int save(Session& session)
 {
@@ -102,7 +109,7 @@ int save(Session& session)
 
 int add(Session& session, const Options& options)
 {
-    auto asset = textOption(options, "asset");
+    auto asset = PMTextOption(options, "asset");
     if (!asset)
         return PMFail("add needs --asset ID");
     std::string error;
@@ -110,11 +117,12 @@ int add(Session& session, const Options& options)
     auto style = integerOption(options, "style", error);
     auto start = integerOption(options, "range-start", error);
     auto end = integerOption(options, "range-end", error);
+    auto selectedRange = rangeOption(options, error);
     if (!error.empty())
         return PMFail(error);
     if (type && (*type < 1 || *type > 3))
         return PMFail("--type is 1 (bookmark), 2 (range) or 3 (global)");
-    auto uuid = textOption(options, "uuid");
+    auto uuid = PMTextOption(options, "uuid");
     auto annotation = TNAnnotation::insertAnnotationWithAssetID(*asset, std::nullopt, uuid ? TNAnnotation::TextArgument(*uuid) : std::nullopt, session.context.get());
     if (!annotation)
         return PMFail("could not make an annotation");
@@ -127,13 +135,15 @@ int add(Session& session, const Options& options)
         {"note", &TNAnnotation::setAnnotationNote}, {"location", &TNAnnotation::setAnnotationLocation},
         {"page", &TNAnnotation::setPhysicalPageNumber}, {"chapter", &TNAnnotation::setChapterTitle}};
     for (const auto& [name, setter] : texts) {
-        if (auto text = textOption(options, name))
+        if (auto text = PMTextOption(options, name))
             (annotation.get()->*setter)(*text);
     }
     if (start)
         annotation->setPlLocationRangeStart(*start);
     if (end)
         annotation->setPlLocationRangeEnd(*end);
+    if (selectedRange)
+        annotation->setAnnotationSelectedTextRange(*selectedRange);
     if (int status = save(session))
         return status;
     std::cout << textOf(annotation->annotationUuid()) << '\n';
@@ -148,7 +158,7 @@ int readFailure(const KCError& error)
 
 std::shared_ptr<TNAnnotation> annotationNamed(Session& session, const Options& options, KCError* error)
 {
-    auto uuid = textOption(options, "uuid");
+    auto uuid = PMTextOption(options, "uuid");
     if (!uuid)
         return nullptr;
     // Any kind, the book's global annotation included, which the record's own
@@ -215,6 +225,38 @@ int setField(Session& session, const Options& options)
     return save(session);
 }
 
+int excerpt(Session& session, const Options& options, bool json)
+{
+    std::string error;
+    auto limit = integerOption(options, "limit", error);
+    if (!error.empty() || (limit && *limit < 0))
+        return PMFail("--limit needs a number of UTF-16 units, 0 or more");
+    KCError readError;
+    auto annotation = annotationNamed(session, options, &readError);
+    if (!readError.domain.empty())
+        return readFailure(readError);
+    if (!annotation)
+        return PMFail("excerpt needs the --uuid of an annotation in the store");
+    auto contextAware = TNAnnotation::contextAwareSelectedTextFromAnnotation(*annotation);
+    auto styled = TNAnnotation::annotatedAttributedStringForAnnotation(*annotation, limit ? static_cast<uint64_t>(*limit) : UINT64_MAX);
+    KCRange highlighted = styled ? styled->annotationStyleRange() : KCRange();
+    if (json) {
+        auto text = [](const TNAnnotation::Text& t) { return t ? nlohmann::ordered_json(KCUTF8FromUTF16(*t)) : nlohmann::ordered_json(); };
+        nlohmann::ordered_json out {{"contextAware", text(contextAware)}, {"excerpt", text(styled ? TNAnnotation::Text(styled->string()) : std::nullopt)},
+            {"highlightedRange", highlighted.found() ? nlohmann::ordered_json {highlighted.location, highlighted.length} : nlohmann::ordered_json()},
+            {"style", annotation->annotationStyle()}};
+        std::cout << out.dump(2) << '\n';
+        return 0;
+    }
+    std::u16string shown = styled ? styled->string() : u"-";
+    if (highlighted.found()) {
+        shown.insert(highlighted.end(), u"\u00BB");
+        shown.insert(highlighted.location, u"\u00AB");
+    }
+    std::cout << "context\t" << textOf(contextAware) << "\nexcerpt\t" << KCUTF8FromUTF16(shown) << '\n';
+    return 0;
+}
+
 int latest(Session& session, bool json)
 {
     // Both answer "nothing" for an empty store too; only the error tells a failure.
@@ -240,7 +282,7 @@ int latest(Session& session, bool json)
 int runAnnotations(const std::vector<std::string>& args)
 {
     Options options(args, {"store", "asset", "type", "style", "selected", "representative", "note", "location", "range-start", "range-end",
-                              "page", "chapter", "uuid", "field", "value"});
+                              "page", "chapter", "uuid", "field", "value", "selected-range", "limit"});
     if (auto failed = PMRejectUnknown(options, {"include-deleted", "json"}))
         return *failed;
     if (options.positionals().size() != 1)
@@ -249,16 +291,16 @@ int runAnnotations(const std::vector<std::string>& args)
     if (!path)
         return PMFail("annotations needs --store FILE");
     const std::string& command = options.positionals()[0];
-    static const char* const commands[] = {"add", "list", "set", "delete", "latest", "bookmarks", "ranges"};
+    static const char* const commands[] = {"add", "list", "set", "delete", "latest", "bookmarks", "ranges", "excerpt"};
     if (std::find(std::begin(commands), std::end(commands), command) == std::end(commands))
         return PMFail("unknown annotations command '" + command + "'");
     PMSendLogToStandardError();
-    auto session = openStore(*path);
+    auto session = PMOpenStore(*path);
     if (!session)
         return PMFail("could not open the annotation store " + *path);
 
     bool json = options.flag("json");
-    auto asset = textOption(options, "asset");
+    auto asset = PMTextOption(options, "asset");
     if (command == "add")
         return add(*session, options);
     if (command == "set")
@@ -275,6 +317,8 @@ int runAnnotations(const std::vector<std::string>& args)
     }
     if (command == "latest")
         return latest(*session, json);
+    if (command == "excerpt")
+        return excerpt(*session, options, json);
     if (!asset)
         return PMFail(command + " needs --asset ID");
     TNAnnotation::Predicate predicate = command == "list" ? TNAnnotation::predicateForAnnotationsWithAssetID(*asset, options.flag("include-deleted"))

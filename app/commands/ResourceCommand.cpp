@@ -6,8 +6,6 @@
 #include "platform/PMURLProtocolRegistry.h"
 #include "resources/PMURLProtocol.h"
 
-#include <cstdio>
-#include <fstream>
 #include <iostream>
 #include <mutex>
 
@@ -57,15 +55,6 @@ private:
     std::optional<std::string> m_error;
 };
 
-bool writeBytes(const KCData& bytes, const std::optional<std::string>& outputPath)
-{
-    if (!outputPath)
-        return std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() && std::fflush(stdout) == 0;
-    std::ofstream file(*outputPath, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    return static_cast<bool>(file.flush());
-}
-
 int runResource(const std::vector<std::string>& args)
 {
     PMArguments arguments(args, {"output", "cache-dir"});
@@ -102,7 +91,7 @@ int runResource(const std::vector<std::string>& args)
     if (!loadError)
         loadError = client->failure;
     bool json = arguments.flag("json");
-    if (client->data && (!json || arguments.option("output")) && !writeBytes(*client->data, arguments.option("output")))
+    if (client->data && (!json || arguments.option("output")) && !PMWriteOutput(std::string_view(reinterpret_cast<const char*>(client->data->data()), client->data->size()), arguments.option("output")))
         return PMFail("cannot write " + arguments.option("output").value_or("standard output"));
     if (json) {
         nlohmann::ordered_json answer;

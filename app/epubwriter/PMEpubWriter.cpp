@@ -54,11 +54,15 @@ void PMEpubWriter::addEntry(const std::string& name, const std::string& bytes, b
         return;
     // libzip reads the buffer only when the archive is closed, so it gets a
     // heap copy of its own to free; until the source exists the copy is ours.
-    void* copy = std::malloc(bytes.size() ? bytes.size() : 1);
-    if (!copy)
-        return fail(ZIP_ER_MEMORY, "out of memory for " + name);
-    std::memcpy(copy, bytes.data(), bytes.size());
-    zip_source_t* source = zip_source_buffer(m_archive, copy, bytes.size(), 1);
+    // An empty entry has no buffer: libzip would not free one of length 0.
+    void* copy = nullptr;
+    if (!bytes.empty()) {
+        copy = std::malloc(bytes.size());
+        if (!copy)
+            return fail(ZIP_ER_MEMORY, "out of memory for " + name);
+        std::memcpy(copy, bytes.data(), bytes.size());
+    }
+    zip_source_t* source = zip_source_buffer(m_archive, copy, bytes.size(), copy ? 1 : 0);
     if (!source) {
         std::free(copy);
         return failInArchive("cannot add " + name);

@@ -1,6 +1,6 @@
 // pagemoor annotations against a real store file.
 #include "PMProgramRunner.h"
-#include "Database/tests/KCDamagedStore.h"
+#include "Database/tests/KCStoreFile.h"
 #include "Utilities/tests/KCTestFiles.h"
 
 #include <gtest/gtest.h>
@@ -81,10 +81,11 @@ TEST_F(AnnotationsCommandTest, BadInputFailsClearly)
     EXPECT_EQ(KCReadTestFile(m_store), "this is not a store");
 }
 
-// A store that cannot be read must not pass for one without annotations.
-TEST_F(AnnotationsCommandTest, UnreadableStoreFailsInsteadOfListingNothing)
+// A store that cannot be read must not pass for one without annotations;
+// once it is found damaged, nothing more is written to it.
+TEST_F(AnnotationsCommandTest, DamagedStoreFailsInsteadOfListingNothingAndRefusesWrites)
 {
-    add("--asset book-1 --type 2 --selected 'kept'");
+    std::string kept = add("--asset book-1 --type 2 --selected 'kept'");
     add("--asset book-2 --type 1");
     PMProgramResult none = run("list --asset book-3");
     EXPECT_EQ(none.status, 0) << none.err;
@@ -99,17 +100,7 @@ TEST_F(AnnotationsCommandTest, UnreadableStoreFailsInsteadOfListingNothing)
         EXPECT_EQ(failed.out, "") << command;
     }
     EXPECT_NE(run("delete --uuid 00000000-0000-0000-0000-000000000000").status, 0);
-    EXPECT_EQ(KCReadTestFile(m_store), damaged);
-}
-
-// Once the store is found damaged, nothing more is written to it.
-TEST_F(AnnotationsCommandTest, DamagedStoreRefusesWrites)
-{
-    std::string kept = add("--asset book-1 --type 2 --selected 'kept'");
-    KCDamageTablePages(m_store, "TNAnnotation");
-    std::string damaged = KCReadTestFile(m_store);
-    PMProgramResult added = run("add --asset book-1 --type 2 --selected 'more'");
-    EXPECT_NE(added.status, 0) << added.out;
+    EXPECT_NE(run("add --asset book-1 --type 2 --selected 'more'").status, 0);
     EXPECT_NE(run("set --uuid " + kept + " --field annotationNote --value x").status, 0);
     EXPECT_EQ(KCReadTestFile(m_store), damaged);
 }
@@ -126,6 +117,31 @@ TEST_F(AnnotationsCommandTest, SetAndDeleteReachGlobalAnnotations)
     PMProgramResult deleted = run("delete --uuid " + global);
     EXPECT_EQ(deleted.status, 0) << deleted.err;
     EXPECT_EQ(nlohmann::json::parse(run("list --asset book-1 --json").out).size(), 0u);
+}
+
+// The stored selected range decides between repeats; the limit cuts the sentence before the selection.
+TEST_F(AnnotationsCommandTest, ExcerptsOfStoredAnnotations)
+{
+    std::string repeated = add("--asset b --style 2 --representative 'The cat saw the cat.' --selected cat --selected-range 16,3");
+    EXPECT_EQ(nlohmann::json::parse(run("list --asset b --json").out)[0]["futureProofing7"], "{16, 3}");
+    PMProgramResult json = run("excerpt --json --uuid " + repeated);
+    ASSERT_EQ(json.status, 0) << json.err;
+    EXPECT_EQ(nlohmann::json::parse(json.out),
+        nlohmann::json::parse(R"({"contextAware": "\u2026cat.", "excerpt": "cat", "highlightedRange": [0, 3], "style": 2})"));
+
+    std::string far = add("--asset b --representative 'Some years ago, never mind how long, I went to sea.' --selected 'never mind how long'");
+    auto cut = nlohmann::json::parse(run("excerpt --limit 25 --json --uuid " + far).out);
+    EXPECT_EQ(cut["excerpt"], "\u2026never mind how long, I went to sea.");
+    EXPECT_EQ(cut["highlightedRange"], nlohmann::json::parse("[1, 19]"));
+    EXPECT_EQ(run("excerpt --uuid " + far).out,
+        "context\t\u2026never mind how long\u2026\nexcerpt\tSome years ago, \u00ABnever mind how long\u00BB, I went to sea.\n");
+
+    for (const std::string& bad : {std::string("add --asset b --selected-range 3"), std::string("add --asset b --selected-range 3,x"),
+             std::string("add --asset b --selected-range -1,2"), std::string("excerpt --uuid no-such-uuid"), "excerpt --limit -1 --uuid " + far}) {
+        PMProgramResult failed = run(bad);
+        EXPECT_NE(failed.status, 0) << bad;
+        EXPECT_NE(failed.err, "") << bad;
+    }
 }
 
 } // namespace

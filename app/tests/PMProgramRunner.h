@@ -12,13 +12,18 @@ struct PMProgramResult {
     std::string err;
 };
 
-// `arguments` is shell text (quote paths); `input` becomes standard input.
-inline PMProgramResult PMRunPagemoor(const std::string& arguments, const std::string& input = "")
+struct PMProgramOptions {
+    std::string input {};        // standard input
+    std::string environment {};  // given to env(1) before the command: "NAME=value ...", "-u NAME"
+};
+
+// `arguments` is shell text (quote paths).
+inline PMProgramResult PMRunPagemoor(const std::string& arguments, const PMProgramOptions& options = {})
 {
     KCScratchDirectory scratch;
-    KCWriteTestFile(scratch.file("in"), input);
-    std::string command = std::string(PAGEMOOR_EXECUTABLE) + " " + arguments + " <'" + scratch.file("in") + "' >'" + scratch.file("out")
-        + "' 2>'" + scratch.file("err") + "'";
+    KCWriteTestFile(scratch.file("in"), options.input);
+    std::string command = (options.environment.empty() ? "" : "env " + options.environment + " ") + PAGEMOOR_EXECUTABLE + " " + arguments
+        + " <'" + scratch.file("in") + "' >'" + scratch.file("out") + "' 2>'" + scratch.file("err") + "'";
     int status = std::system(command.c_str());
     PMProgramResult result;
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;

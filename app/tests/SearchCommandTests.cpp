@@ -9,7 +9,7 @@ namespace {
 
 class SearchCommandTest : public ::testing::Test {
 protected:
-    PMProgramResult run(const std::string& arguments, const std::string& input = "") { return PMRunPagemoor(arguments, input); }
+    PMProgramResult run(const std::string& arguments, const std::string& input = "") { return PMRunPagemoor(arguments, {.input = input}); }
 
     KCScratchDirectory m_scratch;
 };

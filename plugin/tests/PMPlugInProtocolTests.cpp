@@ -11,8 +11,11 @@ TEST_F(PMPlugInTest, EncodedTasksAreReadByThePlugIn)
     EXPECT_EQ(plugIn->documentIndex(), 7u);
     EXPECT_EQ(plugIn->snapshotSize(), (KCSize {200.5, 300}));
     EXPECT_TRUE(plugIn->snapshotViewportOnly());
-    // Leaving the setting out keeps the plug-in's previous one.
+    // Leaving the setting out keeps the plug-in's previous one; a missing size is {0, 0}.
     receive(PMPrepareForDocumentTaskMessage, PMDocumentTask::snapshot(8, {10, 20}, std::nullopt).encode());
+    EXPECT_TRUE(plugIn->snapshotViewportOnly());
+    prepare(PMPlugInTaskSnapshot, 4);
+    EXPECT_EQ(plugIn->snapshotSize(), (KCSize {0, 0}));
     EXPECT_TRUE(plugIn->snapshotViewportOnly());
 
     receive(PMPrepareForDocumentTaskMessage, PMDocumentTask::searchContext(9, u"wh\u00e6le").encode());
@@ -23,6 +26,8 @@ TEST_F(PMPlugInTest, EncodedTasksAreReadByThePlugIn)
         EXPECT_EQ(plugIn->plugInTask(), task.task);
         EXPECT_EQ(plugIn->documentIndex(), task.documentIndex);
     }
+    receive(PMPrepareForDocumentTaskMessage, KCDictionary {{PMEpubWebProcessPlugInObjectDocumentIndex, 6u}});
+    EXPECT_EQ(plugIn->plugInTask(), PMPlugInTaskNone);  // a missing task is 0
 }
 
 TEST(PMPlugInProtocol, RepliesDecodeOrAnswerNothing)

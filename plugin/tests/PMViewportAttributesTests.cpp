@@ -71,42 +71,30 @@ TEST_F(PMViewportAttributesTest, ADeclarationTheScriptCannotReadBuildsNothing)
     EXPECT_EQ(context->exception(), nullptr);
 }
 
-TEST(PMViewportAttributesJSONTest, ClampsAndMarkers)
+// Sizes are clamped to 1 to 10000 and a negative height means none; hexadecimal
+// and infinity read as no digits, so as 0, then 1.
+TEST(PMViewportAttributesJSONTest, OnlyAnObjectOfDecimalNumbersCountsAndIsClamped)
 {
     auto read = [](std::u16string_view json) { return PMViewportAttributes::viewportAttributesWithJavaScriptResult(std::u16string(json)); };
-    auto attributes = read(uR"({"width":"0","height":"-5"})");
-    ASSERT_TRUE(attributes);
-    EXPECT_EQ(attributes->width(), 1.0);
-    EXPECT_EQ(attributes->height(), kPMViewportAttributesNoValue);
-    EXPECT_EQ(attributes->viewportSizeForOuterSize({300, 400}), (KCSize {1, 400}));
-
-    attributes = read(uR"({"width":800,"height":0.25,"depth":"9"})");
-    ASSERT_TRUE(attributes);
-    EXPECT_EQ(attributes->width(), 800.0);
-    EXPECT_EQ(attributes->height(), 1.0);
-
-    attributes = read(uR"({"width":"abc","height":"1e9"})");
-    ASSERT_TRUE(attributes);
-    EXPECT_EQ(attributes->viewportSizeForOuterSize({300, 400}), (KCSize {1, 10000}));
-
-    EXPECT_FALSE(read(u""));
-    EXPECT_FALSE(read(u"undefined"));
-    EXPECT_FALSE(PMViewportAttributes::viewportAttributesWithJavaScriptResult(std::nullopt));
-}
-
-TEST(PMViewportAttributesJSONTest, OnlyAnObjectOfDecimalNumbersCounts)
-{
-    auto read = [](std::u16string_view json) { return PMViewportAttributes::viewportAttributesWithJavaScriptResult(std::u16string(json)); };
-    for (const char16_t* json : {u"[800, 600]", u"\"800\"", u"800", u"null"})
+    const struct {
+        const char16_t* json;
+        KCSize size;  // width and height as read
+    } cases[] = {
+        {uR"({"width":"0","height":"-5"})", {1, kPMViewportAttributesNoValue}},
+        {uR"({"width":800,"height":0.25,"depth":"9"})", {800, 1}},
+        {uR"({"width":"abc","height":"1e9"})", {1, 10000}},
+        {uR"({"width":"0x50","height":"inf"})", {1, 1}},
+        {uR"({"width":" 768.5px","height":"1024"})", {768.5, 1024}},
+    };
+    for (const auto& [json, size] : cases) {
+        auto attributes = read(json);
+        ASSERT_TRUE(attributes) << KCUTF8FromUTF16(json);
+        EXPECT_EQ((KCSize {attributes->width(), attributes->height()}), size) << KCUTF8FromUTF16(json);
+    }
+    EXPECT_EQ(read(cases[0].json)->viewportSizeForOuterSize({300, 400}), (KCSize {1, 400}));
+    for (const char16_t* json : {u"", u"undefined", u"[800, 600]", u"\"800\"", u"800", u"null"})
         EXPECT_FALSE(read(json)) << KCUTF8FromUTF16(json);
-    // Hexadecimal and infinity read as no digits, so as 0, then 1.
-    auto attributes = read(uR"({"width":"0x50","height":"inf"})");
-    ASSERT_TRUE(attributes);
-    EXPECT_EQ(attributes->width(), 1.0);
-    EXPECT_EQ(attributes->height(), 1.0);
-    attributes = read(uR"({"width":" 768.5px","height":"1024"})");
-    ASSERT_TRUE(attributes);
-    EXPECT_EQ(attributes->viewportSizeForOuterSize({1, 1}), (KCSize {768.5, 1024}));
+    EXPECT_FALSE(PMViewportAttributes::viewportAttributesWithJavaScriptResult(std::nullopt));
 }
 
 } // namespace

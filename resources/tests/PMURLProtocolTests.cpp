@@ -158,14 +158,6 @@ TEST_F(PMURLProtocolTest, MissingConfigurationOrURLLeavesTheLoadUnanswered)
     EXPECT_TRUE(log.contains("[PMURLPrococol startLoading]: while trying to load URL: file://"));
 }
 
-TEST_F(PMURLProtocolTest, UnknownAlgorithmIsServedAsRead)
-{
-    write("b/font.ttf", std::string(2000, 'A'));
-    PMURLProtocol::setBookResourceData(KCDictionary {{"/font.ttf", KCDictionary {
-        {"mimeType", u"font/ttf"}, {"encryptionAlgorithm", u"http://www.w3.org/2001/04/xmlenc#aes256-cbc"}, {"bookEpubId", u"urn:uuid:1"}}}});
-    EXPECT_EQ(text(load(request("b/font.ttf"))->loadedData()), std::string(2000, 'A'));
-}
-
 TEST_F(PMURLProtocolTest, RegistrationWithTheURLLoadingSystem)
 {
     PMURLProtocol::registerPMURLProtocol();
@@ -174,12 +166,6 @@ TEST_F(PMURLProtocolTest, RegistrationWithTheURLLoadingSystem)
     auto& registry = PMURLProtocolRegistry::shared();
     auto handler = registry.handlerForRequest(request("b/text/ch1.xhtml"));
     ASSERT_TRUE(handler);
-
-    // The engine side: claim, canonicalise, start.
-    auto client = std::make_shared<PMRecordingURLProtocolClient>();
-    EXPECT_TRUE(registry.startLoading(request("b/text/ch1.xhtml"), client));
-    EXPECT_EQ(text(client->loadedData()), "<html/>");
-    EXPECT_FALSE(registry.startLoading(request("b/text/none.xhtml"), client));
 
     PMURLProtocol::unregisterPMURLProtocol();
     EXPECT_FALSE(PMURLProtocol::isRegistered());

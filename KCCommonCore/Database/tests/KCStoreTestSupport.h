@@ -25,11 +25,16 @@ inline std::shared_ptr<const KCManagedObjectModel> KCTestModel(int version = 2)
     return KCManagedObjectModel::modelWithJSON(KCTestModelJSON(version));
 }
 
-inline std::shared_ptr<KCPersistentStoreCoordinator> KCOpenTestStore(const KCURL& url, int version = 2, KCError* error = nullptr)
+// Opens, creating or migrating, the store at `url` with the model the JSON describes.
+inline std::shared_ptr<KCPersistentStoreCoordinator> KCOpenStoreWithModel(const KCURL& url, const std::string& modelJSON, KCError* error = nullptr)
 {
-    auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCTestModel(version));
-    KCPersistentStoreOptions options {true, true};
-    if (!coordinator->addPersistentStore("SQLite", url, options, error))
+    auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCManagedObjectModel::modelWithJSON(modelJSON));
+    if (!coordinator->addPersistentStore("SQLite", url, KCPersistentStoreOptions {true, true}, error))
         return nullptr;
     return coordinator;
+}
+
+inline std::shared_ptr<KCPersistentStoreCoordinator> KCOpenTestStore(const KCURL& url, int version = 2, KCError* error = nullptr)
+{
+    return KCOpenStoreWithModel(url, KCTestModelJSON(version), error);
 }

@@ -1,10 +1,10 @@
 #include "TNAnnotationTestSupport.h"
+#include "Database/tests/KCStoreFile.h"
 
 #include "Utilities/KCBundle.h"
 #include "Utilities/KCLogger.h"
 
 #include <nlohmann/json.hpp>
-#include <sqlite3.h>
 
 #include <algorithm>
 
@@ -85,11 +85,6 @@ TEST(TNAnnotationQueries, LookUpsByIdentityBookKindAndLocation)
     EXPECT_EQ(fetch(TNAnnotation::predicateForAnnotationsWithLocation(u"loc1", true)), (S {u"H1", u"H2", u"H3"}));
     EXPECT_EQ(TNAnnotation::annotationsForPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(false), context)->size(), 6u);
     EXPECT_EQ(TNAnnotation::annotationsForPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), context)->size(), 7u);
-
-    // Sorted by creation date: the latest created comes last.
-    auto all = TNAnnotation::annotationsForAssetID(u"A", true, context);
-    for (size_t i = 1; i < all->size(); ++i)
-        EXPECT_LE(*(*all)[i - 1]->annotationCreationDate(), *(*all)[i]->annotationCreationDate());
 }
 
 TEST(TNAnnotationQueries, LatestModificationsAndVersions)
@@ -129,12 +124,18 @@ TEST(TNAnnotationQueries, LatestModificationsAndVersions)
 }
 
 // A typo in a format must not widen a query to every book of the store.
+// Only the version query writes a line when the fetch fails.
 TEST(TNAnnotationQueries, FormatThatDoesNotParseFailsTheFetch)
 {
     Library library;
     KCManagedObjectContext* context = library.context.get();
+    KCScratchDirectory logs;
+    KCLogger& logger = *KCLogger::sharedLogger();
+    logger.setAuxPath(logs.file("queries.log"));
+    logger.setLogToFileOnly(true);
     auto typo = KCPredicate::predicateWithFormat("annotationAssetID == %@ AND (1 == %d OR annotationDeleted == 0", KCValue(u"A"), 0);
     ASSERT_FALSE(typo);
+    std::string parseLine = KCReadTestFile(logs.file("queries.log"));
 
     KCError error;
     EXPECT_FALSE(TNAnnotation::annotationsForPredicate(typo, context, &error));
@@ -142,10 +143,16 @@ TEST(TNAnnotationQueries, FormatThatDoesNotParseFailsTheFetch)
     KCError perBook;
     EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(typo, context, &perBook)->empty());
     EXPECT_EQ(perBook.code, KCStoreErrorInvalidPredicate);
+    EXPECT_FALSE(TNAnnotation::dictionaryResultsForAssetsWithPredicate(typo, {std::string("annotationUuid")}, context));
+    EXPECT_EQ(KCReadTestFile(logs.file("queries.log")), parseLine);
     KCError versions;
     EXPECT_TRUE(TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(typo, context, &versions)->empty());
     EXPECT_EQ(versions.code, KCStoreErrorInvalidPredicate);
-    EXPECT_FALSE(TNAnnotation::dictionaryResultsForAssetsWithPredicate(typo, {std::string("annotationUuid")}, context));
+    std::string log = KCReadTestFile(logs.file("queries.log")).substr(parseLine.size());
+    logger.setAuxPath(std::nullopt);
+    logger.setLogToFileOnly(false);
+    EXPECT_NE(log.find("[TNAnnotation:347] Failed to fetch annotations {"), std::string::npos) << log;
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
 
     // Requests too, also when unsaved changes are merged into the results.
     KCFetchRequest request(TNAnnotation::entityName());
@@ -157,36 +164,33 @@ TEST(TNAnnotationQueries, FormatThatDoesNotParseFailsTheFetch)
     EXPECT_FALSE(context->fetchObjects(request));
 }
 
-TEST(TNAnnotationQueries, EmptyStoreHasNoLatestDate)
-{
-    TNScratchStore scratch;
-    auto context = scratch.store->newManagedObjectContext();
-    EXPECT_FALSE(TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(context.get()));
-    EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(KCPredicate::predicateWithValue(true), context.get())->empty());
-}
-
-// A store written before the spare slots 8 to 12 existed opens with its rows.
+// A store written before the spare slots 8 to 12 and the index that serves
+// the latest dates existed opens with its rows and gains both.
 TEST(TNAnnotationQueries, OlderModelVersionMigrates)
 {
+    const std::string index = "TNAnnotation_index_annotationAssetID_annotationModificationDate_annotationDeleted";
+    auto hasIndex = [&](const std::string& path) { return !KCQueryStoreFile(path, "SELECT 1 FROM sqlite_master WHERE type = 'index' AND name = '" + index + "'").empty(); };
     TNScratchStore scratch;
+    EXPECT_TRUE(hasIndex(scratch.path()));
     scratch.store.reset();
     std::filesystem::remove(scratch.path());
-    auto current = KCCommonCoreBundle().resourceData("Annotations", "json");
-    ASSERT_TRUE(current);
-    auto json = nlohmann::json::parse(*current);
+    auto json = nlohmann::json::parse(*KCCommonCoreBundle().resourceData("Annotations", "json"));
     json["version"] = json["version"].get<int>() - 1;
     auto& attributes = json["entities"][0]["attributes"];
     attributes.erase(attributes.end() - 5, attributes.end());
+    json["entities"][0]["indexes"].erase(json["entities"][0]["indexes"].end() - 1);
     {
-        auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCManagedObjectModel::modelWithJSON(json.dump()));
-        ASSERT_TRUE(coordinator->addPersistentStore("SQLite", scratch.url(), {true, true}, nullptr));
+        auto coordinator = KCOpenStoreWithModel(scratch.url(), json.dump());
+        ASSERT_TRUE(coordinator);
         KCManagedObjectContext context(coordinator);
         for (const char16_t* uuid : {u"U1", u"U2"})
             TNAnnotation::insertAnnotationWithAssetID(u"OLD", u"me", std::u16string_view(uuid), &context)->setAnnotationNote(u"kept");
         ASSERT_TRUE(context.save());
     }
+    ASSERT_FALSE(hasIndex(scratch.path()));
     scratch.reopen();
     ASSERT_TRUE(scratch.store->persistentStore());
+    EXPECT_TRUE(hasIndex(scratch.path()));
     auto context = scratch.store->newManagedObjectContext();
     auto annotations = TNAnnotation::annotationsForAssetID(u"OLD", false, context.get());
     ASSERT_EQ(annotations->size(), 2u);
@@ -201,6 +205,8 @@ TEST(TNAnnotationQueries, LatestDatePerBookMatchesTheFullGrouping)
 {
     TNScratchStore scratch;
     auto context = scratch.store->newManagedObjectContext();
+    EXPECT_FALSE(TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(context.get()));
+    EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(KCPredicate::predicateWithValue(true), context.get())->empty());
     const char16_t* books[] = {u"Z", u"A", u"M"};
     for (int i = 0; i < 60; ++i) {
         auto annotation = TNAnnotation::insertAnnotationWithAssetID(std::u16string_view(books[i % 3]), u"me", std::nullopt, context.get());
@@ -229,62 +235,6 @@ TEST(TNAnnotationQueries, LatestDatePerBookMatchesTheFullGrouping)
         EXPECT_EQ(KCValue(*latest).description(), KCValue(expected).description());  // the same key order
         EXPECT_EQ(latest->size(), 4u);
     }
-}
-
-// Only the version query writes a line when a fetch fails.
-TEST(TNAnnotationQueries, OnlyTheVersionQueryLogsAFailedFetch)
-{
-    Library library;
-    KCManagedObjectContext* context = library.context.get();
-    KCScratchDirectory logs;
-    KCLogger& logger = *KCLogger::sharedLogger();
-    logger.setAuxPath(logs.file("queries.log"));
-    logger.setLogToFileOnly(true);
-    auto typo = KCPredicate::predicateWithFormat("annotationAssetID == %@ AND (", KCValue(u"A"));
-    std::string parseLine = KCReadTestFile(logs.file("queries.log"));
-    EXPECT_FALSE(TNAnnotation::annotationsForPredicate(typo, context));
-    EXPECT_TRUE(TNAnnotation::maxModificationDateForAssetsWithPredicate(typo, context)->empty());
-    EXPECT_FALSE(TNAnnotation::dictionaryResultsForAssetsWithPredicate(typo, {std::string("annotationUuid")}, context));
-    EXPECT_EQ(KCReadTestFile(logs.file("queries.log")), parseLine);
-    EXPECT_TRUE(TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(typo, context)->empty());
-    std::string log = KCReadTestFile(logs.file("queries.log")).substr(parseLine.size());
-    logger.setAuxPath(std::nullopt);
-    logger.setLogToFileOnly(false);
-    EXPECT_NE(log.find("[TNAnnotation:347] Failed to fetch annotations {"), std::string::npos) << log;
-    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
-}
-
-// The index that serves the latest dates is made in new stores and added to
-// stores made before it existed.
-TEST(TNAnnotationQueries, StoresGetTheLatestDateIndex)
-{
-    const std::string name = "TNAnnotation_index_annotationAssetID_annotationModificationDate_annotationDeleted";
-    auto hasIndex = [&](const std::string& path) {
-        sqlite3* database = nullptr;
-        sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READONLY, nullptr);
-        sqlite3_stmt* statement = nullptr;
-        sqlite3_prepare_v2(database, "SELECT 1 FROM sqlite_master WHERE type = 'index' AND name = ?", -1, &statement, nullptr);
-        sqlite3_bind_text(statement, 1, name.c_str(), -1, SQLITE_TRANSIENT);
-        bool found = sqlite3_step(statement) == SQLITE_ROW;
-        sqlite3_finalize(statement);
-        sqlite3_close(database);
-        return found;
-    };
-    TNScratchStore scratch;
-    EXPECT_TRUE(hasIndex(scratch.path()));
-    scratch.store.reset();
-    std::filesystem::remove(scratch.path());
-
-    auto json = nlohmann::json::parse(*KCCommonCoreBundle().resourceData("Annotations", "json"));
-    json["entities"][0]["indexes"].erase(json["entities"][0]["indexes"].end() - 1);
-    {
-        auto coordinator = std::make_shared<KCPersistentStoreCoordinator>(KCManagedObjectModel::modelWithJSON(json.dump()));
-        ASSERT_TRUE(coordinator->addPersistentStore("SQLite", scratch.url(), {true, true}, nullptr));
-    }
-    ASSERT_FALSE(hasIndex(scratch.path()));
-    scratch.reopen();
-    ASSERT_TRUE(scratch.store->persistentStore());
-    EXPECT_TRUE(hasIndex(scratch.path()));
 }
 
 } // namespace

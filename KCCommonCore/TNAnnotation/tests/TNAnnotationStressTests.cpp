@@ -30,18 +30,11 @@ TEST(TNAnnotationStress, TwoThreadsInsertAndUpdateThroughTheirOwnContexts)
     }
     auto work = [&](int thread) {
         auto context = scratch.store->newManagedObjectContext();
-        std::u16string book = numbered(u"T", thread);
-        std::vector<std::shared_ptr<TNAnnotation>> mine;
-        for (int i = 0; i < kCount; ++i) {
-            mine.push_back(TNAnnotation::insertAnnotationWithAssetID(book, u"me", numbered(u"U", thread * kCount + i), context.get()));
-            if (i % 100 == 99) {
-                EXPECT_TRUE(scratch.store->saveManagedObjectContext(*context));
-            }
-        }
         auto shared = TNAnnotation::annotationWithUUID(sharedUuid, u"SHARED", context.get());
         for (int i = 0; i < kCount; ++i) {
-            mine[static_cast<size_t>(i)]->setAnnotationNote(numbered(u"note ", i));
-            mine[static_cast<size_t>(i)]->setAnnotationStyle(1 + i % 5);
+            auto mine = TNAnnotation::insertAnnotationWithAssetID(numbered(u"T", thread), u"me", numbered(u"U", thread * kCount + i), context.get());
+            mine->setAnnotationNote(numbered(u"note ", i));
+            mine->setAnnotationStyle(1 + i % 5);
             if (i % 50 == 49) {
                 // Each thread changes its own field of one shared annotation; both survive.
                 if (thread == 0)

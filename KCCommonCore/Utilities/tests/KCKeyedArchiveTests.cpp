@@ -117,8 +117,10 @@ protected:
 TEST_F(KCKeyedArchiveTest, PlainValuesRoundTrip)
 {
     KCDictionary dictionary {{"text", KCValue(u"caf\u00e9 \U0001F600")}, {"null", KCValue(u"$null")}, {"number", KCValue(-7)}, {"", KCValue(u"")}};
-    KCArray array {KCValue(true), KCValue(false), KCValue(int64_t(INT64_MIN)), KCValue(1.5), KCValue(), KCValue(KCData {9, 8}),
-        KCValue(KCDate {123456.5}), KCValue(*KCURL::URLWithString("https://example.org/a?b=c")), KCValue(dictionary)};
+    // Unsigned integers from 2^63 up keep their sign: equality tells them from their negative twins.
+    KCArray array {KCValue(true), KCValue(false), KCValue(int64_t(INT64_MIN)), KCValue(INT64_MAX), KCValue(int64_t(-1)), KCValue(uint64_t(1) << 63),
+        KCValue(UINT64_MAX), KCValue(1.5), KCValue(), KCValue(KCData {9, 8}), KCValue(KCDate {123456.5}),
+        KCValue(*KCURL::URLWithString("https://example.org/a?b=c")), KCValue(dictionary)};
     for (const KCValue& value : array) {
         auto decoded = roundTrip(value);
         ASSERT_TRUE(decoded) << value.description();
@@ -197,7 +199,7 @@ TEST_F(KCKeyedArchiveTest, FieldsOfAnotherTypeAnswerNothing)
 TEST_F(KCKeyedArchiveTest, ArchiveIsAValidBinaryPlistSharingClassDescriptions)
 {
     auto shared = makeSample(1);
-    KCData archive = KCKeyedArchiver::archivedDataWithRootObject(KCArray {shared, makeSample(2), shared, KCValue(u"a"), KCValue(u"a")});
+    KCData archive = KCKeyedArchiver::archivedDataWithRootObject(KCArray {shared, makeSample(2), shared, KCValue(u"a"), KCValue(u"a"), KCValue(UINT64_MAX)});
     // Parsed as binary: a text plist would leave no tree.
     rewritten(archive, [](plist_t top) {
         int sampleClasses = 0, samples = 0, strings = 0;
@@ -222,6 +224,7 @@ TEST_F(KCKeyedArchiveTest, ArchiveIsAValidBinaryPlistSharingClassDescriptions)
     EXPECT_EQ(status, 0) << xml;
     EXPECT_NE(xml.find("<key>$archiver</key>"), std::string::npos) << xml;
     EXPECT_NE(xml.find("<string>NSKeyedArchiver</string>"), std::string::npos);
+    EXPECT_NE(xml.find("18446744073709551615"), std::string::npos) << xml;  // read unsigned as written
 }
 
 TEST_F(KCKeyedArchiveTest, CorruptedArchivesAnswerNothing)
@@ -232,14 +235,9 @@ TEST_F(KCKeyedArchiveTest, CorruptedArchivesAnswerNothing)
     ASSERT_TRUE(KCKeyedUnarchiver::unarchivedRootObject(archive));
 
     EXPECT_FALSE(KCKeyedUnarchiver::unarchivedRootObject({}));
+    // Damaged bytes are the fuzz target's; every truncation is refused.
     for (size_t length = 0; length < archive.size(); ++length)
         EXPECT_FALSE(KCKeyedUnarchiver::unarchivedRootObject(std::span(archive).first(length))) << length;
-    // Any damaged byte either still decodes or is refused; neither crashes.
-    for (size_t index = 0; index < archive.size(); ++index) {
-        KCData damaged = archive;
-        damaged[index] ^= 0xA5;
-        (void)KCKeyedUnarchiver::unarchivedRootObject(damaged);
-    }
 }
 
 TEST_F(KCKeyedArchiveTest, MalformedLayoutsAnswerNothing)
@@ -391,23 +389,6 @@ TEST_F(KCKeyedArchiveTest, RegistrationAndDecodingRunConcurrently)
     }
     for (auto& thread : threads)
         thread.join();
-}
-
-TEST_F(KCKeyedArchiveTest, IntegersKeepTheirSignedness)
-{
-    const uint64_t top = uint64_t(1) << 63;
-    for (const KCValue& value : {KCValue(top), KCValue(UINT64_MAX), KCValue(int64_t(-1)), KCValue(INT64_MIN), KCValue(INT64_MAX)}) {
-        auto decoded = roundTrip(KCValue(KCArray {value}));
-        ASSERT_TRUE(decoded) << value.description();
-        const KCValue& item = decoded->array()->front();
-        EXPECT_EQ(item.description(), value.description());
-        EXPECT_EQ(item.uint64Value(), value.uint64Value()) << value.description();
-        EXPECT_EQ(item.int64Value(), value.int64Value()) << value.description();
-    }
-    // Other tools read the unsigned value as written.
-    int status = 0;
-    std::string xml = KCPlistAsXML(KCKeyedArchiver::archivedDataWithRootObject(KCValue(UINT64_MAX)), status);
-    EXPECT_NE(xml.find("18446744073709551615"), std::string::npos) << xml;
 }
 
 } // namespace

@@ -109,7 +109,7 @@ TEST_F(KCLoggerTest, RuntimeOverrideListKeepsEachNameOnce)
     EXPECT_EQ(logger.runtimeOverride(), "DB");
 }
 
-TEST_F(KCLoggerTest, OverrideNamesMatchConditionOrFileBaseIgnoringCase)
+TEST_F(KCLoggerTest, OverridesMatchConditionOrFileBaseByNameOrPattern)
 {
     KCLogger logger;
     EXPECT_FALSE(logger.shouldOverrideCondition("LoggerTests", "/a/LoggerTests.cpp"));
@@ -122,27 +122,21 @@ TEST_F(KCLoggerTest, OverrideNamesMatchConditionOrFileBaseIgnoringCase)
     EXPECT_FALSE(logger.shouldOverrideCondition("Unrelated", "/a/Other.loggertests"));
     // Empty text switches nothing on.
     EXPECT_FALSE(logger.shouldOverrideCondition("", ""));
-}
 
-TEST_F(KCLoggerTest, OverridePatternMatchesFileBaseThenCondition)
-{
+    // A pattern from the environment matches the file's base name, then the condition.
     ::setenv(KCLogRuntimeOverridePattern, "^Store(Sync|Link)", 1);
-    KCLogger logger;
-    ::unsetenv(KCLogRuntimeOverridePattern);
-    EXPECT_TRUE(logger.shouldOverrideCondition("x", "/a/StoreSyncer.cpp"));
-    EXPECT_TRUE(logger.shouldOverrideCondition("StoreLink lookup", "/a/Other.cpp"));
-    EXPECT_FALSE(logger.shouldOverrideCondition("a StoreLink", "/a/MyStoreSync.cpp"));
-}
+    KCLogger patterned;
+    EXPECT_TRUE(patterned.shouldOverrideCondition("x", "/a/StoreSyncer.cpp"));
+    EXPECT_TRUE(patterned.shouldOverrideCondition("StoreLink lookup", "/a/Other.cpp"));
+    EXPECT_FALSE(patterned.shouldOverrideCondition("a StoreLink", "/a/MyStoreSync.cpp"));
 
-TEST_F(KCLoggerTest, InvalidOverridePatternIsLoggedAndIgnored)
-{
+    // One that does not compile is logged and ignored.
     ::setenv(KCLogRuntimeOverridePattern, "(unclosed", 1);
     KCStdoutCapture capture;
-    KCLogger logger;
+    KCLogger broken;
     std::string output = capture.finish();
-    ::unsetenv(KCLogRuntimeOverridePattern);
     EXPECT_NE(output.find("[KCLogger.cpp:74] Invalid RegexPattern: (unclosed -- Error: "), std::string::npos) << output;
-    EXPECT_FALSE(logger.shouldOverrideCondition("(unclosed", "/a/b.cpp"));
+    EXPECT_FALSE(broken.shouldOverrideCondition("(unclosed", "/a/b.cpp"));
 }
 
 TEST_F(KCLoggerTest, OutputGoesToStandardOutputFileOrBoth)

@@ -1,6 +1,8 @@
-// The info and resource commands of the pagemoor program, run as a person would.
+// The info and resource commands of the pagemoor program, run as a person
+// would, on a book with a font under each obfuscation.
 #include "PMTestEpub.h"
 #include "app/tests/PMProgramRunner.h"
+#include "e2e/PMSampleBook.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -20,13 +22,17 @@ protected:
     {
         m_font = KCReadTestFile("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf");
         PMTestEpub epub;
-        epub.uniqueIdentifier = "urn:uuid:00112233-4455-6677-8899-aabbccddeeff";
+        // The IDPF key leaves out the blanks of the unique identifier; the
+        // Adobe key is the UUID among the other identifiers.
+        epub.uniqueIdentifier = "\n  urn:isbn:978 0 306 40615 7\t";
+        epub.otherIdentifiers = {"urn:uuid:00112233-4455-6677-8899-aabbccddeeff"};
         epub.files = {
             {"OEBPS/ch1.xhtml", "<html><body>One</body></html>", "application/xhtml+xml", "", "", true},
-            {"OEBPS/fonts/a.ttf", PMTestObfuscateAdobe(m_font, epub.uniqueIdentifier), "font/ttf", "", "http://ns.adobe.com/pdf/enc#RC", false},
+            {"OEBPS/fonts/a.ttf", PMObfuscateFont(m_font, PMFontObfuscation::Adobe, epub.otherIdentifiers[0]), "font/ttf", "", "http://ns.adobe.com/pdf/enc#RC", false},
+            {"OEBPS/fonts/B.OTF", PMObfuscateFont(m_font, PMFontObfuscation::IDPF, epub.uniqueIdentifier), "font/otf", "", "http://www.idpf.org/2008/embedding", false},
         };
-        ASSERT_TRUE(epub.write(m_sandbox.path("book.epub")));
-        m_book = "'" + m_sandbox.path("book.epub") + "'";
+        ASSERT_TRUE(epub.write(m_sandbox.file("book.epub")));
+        m_book = "'" + m_sandbox.file("book.epub") + "'";
     }
 
     PMBookSandbox m_sandbox;
@@ -36,14 +42,17 @@ protected:
 
 TEST_F(PMBookCommandTest, ResourceServesDeobfuscatedBytes)
 {
-    PMProgramResult toFile = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/fonts/a.ttf -o '" + m_sandbox.path("a.ttf") + "' --json");
+    PMProgramResult toFile = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/fonts/a.ttf -o '" + m_sandbox.file("a.ttf") + "' --json");
     ASSERT_EQ(toFile.status, 0) << toFile.err;
     auto answer = nlohmann::json::parse(toFile.out);
     EXPECT_EQ(answer["mimeType"], "font/ttf");
     EXPECT_EQ(answer["length"], m_font.size());
     EXPECT_TRUE(answer["error"].is_null());
-    EXPECT_TRUE(KCReadTestFile(m_sandbox.path("a.ttf")) == m_font);
+    EXPECT_TRUE(KCReadTestFile(m_sandbox.file("a.ttf")) == m_font);
     EXPECT_NE(toFile.err.find("Going to xor"), std::string::npos);  // the log goes to standard error
+    PMProgramResult idpf = pagemoor(m_sandbox, "resource " + m_book + " /OEBPS/fonts/B.OTF");
+    EXPECT_EQ(idpf.status, 0) << idpf.err;
+    EXPECT_TRUE(idpf.out == m_font);
 
     PMProgramResult toOutput = pagemoor(m_sandbox, "resource " + m_book + " OEBPS/ch1.xhtml");
     EXPECT_EQ(toOutput.status, 0);
@@ -84,8 +93,8 @@ TEST_F(PMBookCommandTest, InfoDescribesTheBook)
     EXPECT_EQ(text.status, 0);
     EXPECT_NE(text.out.find("Title:       A Test Book"), std::string::npos);
 
-    std::ofstream(m_sandbox.path("broken.epub")) << "broken";
-    PMProgramResult broken = pagemoor(m_sandbox, "info '" + m_sandbox.path("broken.epub") + "'");
+    std::ofstream(m_sandbox.file("broken.epub")) << "broken";
+    PMProgramResult broken = pagemoor(m_sandbox, "info '" + m_sandbox.file("broken.epub") + "'");
     EXPECT_NE(broken.status, 0);
     EXPECT_NE(broken.err.find("is not a readable EPUB archive"), std::string::npos) << broken.err;
 }

@@ -29,7 +29,7 @@ TEST(PMBook, ReadsThePackageAndDescribesEveryResource)
 {
     PMBookSandbox sandbox;
     PMTestEpub epub = sampleBook();
-    ASSERT_TRUE(epub.write(sandbox.path("book.epub")));
+    ASSERT_TRUE(epub.write(sandbox.file("book.epub")));
     KCError error;
     auto book = sandbox.open("book.epub", &error);
     ASSERT_TRUE(book) << error.message;
@@ -64,7 +64,7 @@ TEST(PMBook, ReadsThePackageAndDescribesEveryResource)
 TEST(PMBook, ReusesACompleteUnpackUntilTheFileChanges)
 {
     PMBookSandbox sandbox;
-    ASSERT_TRUE(sampleBook().write(sandbox.path("book.epub")));
+    ASSERT_TRUE(sampleBook().write(sandbox.file("book.epub")));
     KCError error;
     auto first = sandbox.open("book.epub", &error);
     ASSERT_TRUE(first);
@@ -74,7 +74,7 @@ TEST(PMBook, ReusesACompleteUnpackUntilTheFileChanges)
     EXPECT_EQ(second->contentsPath(), first->contentsPath());
     EXPECT_TRUE(fs::exists(second->contentsPath() + "/marker"));
 
-    fs::last_write_time(sandbox.path("book.epub"), fs::last_write_time(sandbox.path("book.epub")) + std::chrono::seconds(5));
+    fs::last_write_time(sandbox.file("book.epub"), fs::last_write_time(sandbox.file("book.epub")) + std::chrono::seconds(5));
     auto changed = sandbox.open("book.epub", &error);
     ASSERT_TRUE(changed);
     EXPECT_NE(changed->contentsPath(), first->contentsPath());
@@ -86,8 +86,8 @@ TEST(PMBook, ReusesACompleteUnpackUntilTheFileChanges)
 TEST(PMBook, RefusesAnotherKindOfDocumentByItsName)
 {
     PMBookSandbox sandbox;
-    ASSERT_TRUE(sampleBook().write(sandbox.path("book.PDF")));
-    ASSERT_TRUE(sampleBook().write(sandbox.path("book.zip")));
+    ASSERT_TRUE(sampleBook().write(sandbox.file("book.PDF")));
+    ASSERT_TRUE(sampleBook().write(sandbox.file("book.zip")));
     KCError error;
     EXPECT_FALSE(sandbox.open("book.PDF", &error));
     EXPECT_EQ(error.code, int64_t(PMBookErrorCode::NotAnEPUB)) << error.message;
@@ -101,7 +101,7 @@ TEST(PMBook, UniqueIdentifierChoices)
     PMTestEpub epub;
     epub.uniqueIdentifier = "urn:uuid:aaaaaaaa-bbbb-cccc-dddd-eeeeeeeeeeee";
     epub.otherIdentifiers = {"urn:uuid:11111111-2222-3333-4444-555555555555"};
-    ASSERT_TRUE(epub.write(sandbox.path("uuid.epub")));
+    ASSERT_TRUE(epub.write(sandbox.file("uuid.epub")));
     KCError error;
     auto book = sandbox.open("uuid.epub", &error);
     ASSERT_TRUE(book);
@@ -109,7 +109,7 @@ TEST(PMBook, UniqueIdentifierChoices)
 
     epub.uniqueIdentifier = "isbn-only";
     epub.otherIdentifiers = {};
-    ASSERT_TRUE(epub.write(sandbox.path("plain.epub")));
+    ASSERT_TRUE(epub.write(sandbox.file("plain.epub")));
     book = sandbox.open("plain.epub", &error);
     ASSERT_TRUE(book);
     EXPECT_EQ(book->bookEpubId(), u"isbn-only");

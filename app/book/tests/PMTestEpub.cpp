@@ -3,9 +3,7 @@
 #include "epubwriter/PMEpubWriter.h"
 
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
 
-#include <cctype>
 #include <sstream>
 
 namespace {
@@ -90,29 +88,4 @@ bool PMTestEpub::write(const std::string& epubPath) const
         return false;
     }
     return true;
-}
-
-std::string PMTestObfuscateIDPF(std::string font, const std::string& cleanedIdentifier)
-{
-    unsigned char key[EVP_MAX_MD_SIZE];
-    unsigned int keyLength = 0;
-    EVP_Digest(cleanedIdentifier.data(), cleanedIdentifier.size(), key, &keyLength, EVP_sha1(), nullptr);
-    for (size_t i = 0; i < font.size() && i < 1040; ++i)
-        font[i] = static_cast<char>(font[i] ^ key[i % keyLength]);
-    return font;
-}
-
-std::string PMTestObfuscateAdobe(std::string font, const std::string& uuidText)
-{
-    std::string digits;
-    for (char c : uuidText.substr(uuidText.find("urn:uuid:") == 0 ? 9 : 0)) {
-        if (std::isxdigit(static_cast<unsigned char>(c)))
-            digits += c;
-    }
-    std::string key(uuidText.size() - (uuidText.find("urn:uuid:") == 0 ? 9 : 0), '\0');
-    for (size_t i = 0; i < 16; ++i)
-        key[i] = static_cast<char>(std::stoi(digits.substr(2 * i, 2), nullptr, 16));
-    for (size_t i = 0; i < font.size() && i < 1024; ++i)
-        font[i] = static_cast<char>(font[i] ^ key[i % key.size()]);
-    return font;
 }

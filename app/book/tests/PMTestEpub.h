@@ -1,8 +1,8 @@
 #pragma once
 // Writes EPUB files for tests: mimetype, container.xml, a package document
 // with a manifest and spine, encryption.xml, and whatever raw entries a test
-// adds (hostile names, links). Fonts are obfuscated here by code of the
-// test's own, so that the engine's de-obfuscation is checked against it.
+// adds (hostile names, links). Fonts are obfuscated by the sample book's
+// code (PMObfuscateFont), written apart from the engine's de-obfuscation.
 #include "Utilities/tests/KCTestFiles.h"
 #include "book/PMBook.h"
 
@@ -44,22 +44,16 @@ struct PMTestEpub {
     bool write(const std::string& epubPath) const;
 };
 
-// The two obfuscations, written from their descriptions.
-std::string PMTestObfuscateIDPF(std::string font, const std::string& cleanedIdentifier);
-// The key is the UUID's 16 bytes followed by zeros, as long as the UUID's text.
-std::string PMTestObfuscateAdobe(std::string font, const std::string& uuidText);
-
 // A private directory for one test, removed afterwards: the EPUB files go in
 // its root, the cache into "cache/".
 class PMBookSandbox : public KCScratchDirectory {
 public:
     std::string cacheDirectory() const { return file("cache"); }
-    std::string path(const std::string& name) const { return file(name); }
     std::optional<PMBook> open(const std::string& name, KCError* error, PMUnpackLimits limits = {}) const
     {
         PMBookOpenOptions options;
         options.cacheDirectory = cacheDirectory();
         options.limits = limits;
-        return PMBook::open(path(name), options, error);
+        return PMBook::open(file(name), options, error);
     }
 };

@@ -2,7 +2,7 @@
 // sit at known places, and real books.
 #include "e2e/PMSampleBook.h"
 #include "PMTestPNG.h"
-#include "PMTestProgram.h"
+#include "PMProgramTest.h"
 
 #include <gtest/gtest.h>
 
@@ -37,13 +37,9 @@ PMSampleChapter blocks(const std::vector<std::pair<int, Colour>>& heights)
     return {"Blocks", body, "<style>html, body { margin: 0 !important; padding: 0 !important; background: white; }</style>"};
 }
 
-bool near(const Colour& seen, const Colour& expected, int tolerance = 6)
+bool near(const Colour& seen, const Colour& expected)
 {
-    for (size_t channel = 0; channel < 3; ++channel) {
-        if (std::abs(seen[channel] - expected[channel]) > tolerance)
-            return false;
-    }
-    return true;
+    return PMTestColourDifference(seen, expected) <= 6;
 }
 
 TEST_F(SnapshotCommand, AChapterFarTallerThanTheEngineDrawsAtOnceComesBackWhole)
@@ -54,10 +50,10 @@ TEST_F(SnapshotCommand, AChapterFarTallerThanTheEngineDrawsAtOnceComesBackWhole)
     std::string book = write(options);
     std::string png = m_root + "/long.png";
     auto start = std::chrono::steady_clock::now();
-    PMTestProgramResult snapshot = PMRunPagemoor("snapshot " + book + " 0 --size 600x800 -o " + png);
+    PMProgramResult snapshot = PMRunPagemoor("snapshot " + book + " 0 --size 600x800 -o " + png);
     std::cout << "[ snapshot ] 600 x 20000 points in "
               << std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count() << " ms\n";
-    ASSERT_EQ(snapshot.status, 0) << snapshot.output;
+    ASSERT_EQ(snapshot.status, 0) << snapshot.out;
 
     auto image = PMTestPNGImageOfFile(png);
     ASSERT_TRUE(image);
@@ -92,8 +88,8 @@ TEST_F(SnapshotCommand, DeviceScaleDoesNotChangeWhatIsDrawn)
     std::array<std::optional<PMTestPNGImage>, 2> images;
     for (int scale : {1, 2}) {
         std::string png = m_root + "/scale" + std::to_string(scale) + ".png";
-        PMTestProgramResult snapshot = PMRunPagemoor("snapshot " + book + " 0 --size 150x400 -o " + png, "GDK_SCALE=" + std::to_string(scale));
-        ASSERT_EQ(snapshot.status, 0) << scale << ": " << snapshot.output;
+        PMProgramResult snapshot = PMRunPagemoor("snapshot " + book + " 0 --size 150x400 -o " + png, {.environment = "GDK_SCALE=" + std::to_string(scale)});
+        ASSERT_EQ(snapshot.status, 0) << scale << ": " << snapshot.out;
         images[scale - 1] = PMTestPNGImageOfFile(png);
         ASSERT_TRUE(images[scale - 1]);
         ASSERT_EQ(images[scale - 1]->width, 150);
@@ -131,9 +127,9 @@ TEST_P(RealBookSnapshot, HasTheExpectedSizeAndIsDrawnThroughout)
 {
     const RealPage& page = GetParam();
     std::string png = m_root + "/page.png";
-    PMTestProgramResult result = PMRunPagemoor("snapshot " + std::string(PM_SOURCE_DIR) + "/app/e2e/books/" + page.book + ".epub "
+    PMProgramResult result = PMRunPagemoor("snapshot " + std::string(PM_SOURCE_DIR) + "/app/e2e/books/" + page.book + ".epub "
         + std::to_string(page.index) + " " + page.options + " -o " + png);
-    ASSERT_EQ(result.status, 0) << result.output;
+    ASSERT_EQ(result.status, 0) << result.out;
     auto image = PMTestPNGImageOfFile(png);
     ASSERT_TRUE(image);
     EXPECT_EQ(image->width, page.width);

@@ -1,12 +1,11 @@
 #include "PMTestPNG.h"
+#include "Utilities/tests/KCTestFiles.h"
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -24,28 +23,7 @@ GdkPixbuf* decode(const KCData& png)
     return image;
 }
 
-KCData contentsOfFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return KCData(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
 } // namespace
-
-std::optional<PMTestPNGSize> PMTestPNGSizeOfData(const KCData& png)
-{
-    GdkPixbuf* image = decode(png);
-    if (!image)
-        return std::nullopt;
-    PMTestPNGSize size {gdk_pixbuf_get_width(image), gdk_pixbuf_get_height(image)};
-    g_object_unref(image);
-    return size;
-}
-
-std::optional<PMTestPNGSize> PMTestPNGSizeOfFile(const std::string& path)
-{
-    return PMTestPNGSizeOfData(contentsOfFile(path));
-}
 
 std::array<int, 3> PMTestPNGImage::at(int x, int y) const
 {
@@ -62,13 +40,11 @@ bool PMTestPNGImage::opaque() const
     return true;
 }
 
-int PMTestPNGImage::difference(const PMTestPNGImage& other, int x, int y) const
+int PMTestColourDifference(const std::array<int, 3>& a, const std::array<int, 3>& b)
 {
-    auto mine = at(x, y);
-    auto theirs = other.at(x, y);
     int largest = 0;
     for (size_t channel = 0; channel < 3; ++channel)
-        largest = std::max(largest, std::abs(mine[channel] - theirs[channel]));
+        largest = std::max(largest, std::abs(a[channel] - b[channel]));
     return largest;
 }
 
@@ -112,5 +88,6 @@ std::optional<PMTestPNGImage> PMTestPNGImageOfData(const KCData& png)
 
 std::optional<PMTestPNGImage> PMTestPNGImageOfFile(const std::string& path)
 {
-    return PMTestPNGImageOfData(contentsOfFile(path));
+    std::string bytes = KCReadTestFile(path);
+    return PMTestPNGImageOfData(KCData(bytes.begin(), bytes.end()));
 }

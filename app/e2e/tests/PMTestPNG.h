@@ -9,15 +9,8 @@
 #include <string>
 #include <vector>
 
-struct PMTestPNGSize {
-    int width = 0;
-    int height = 0;
-    friend bool operator==(const PMTestPNGSize&, const PMTestPNGSize&) = default;
-};
-
-// Nothing when the bytes do not decode as a PNG image.
-std::optional<PMTestPNGSize> PMTestPNGSizeOfData(const KCData& png);
-std::optional<PMTestPNGSize> PMTestPNGSizeOfFile(const std::string& path);
+// The largest difference of a channel between two colours.
+int PMTestColourDifference(const std::array<int, 3>& a, const std::array<int, 3>& b);
 
 // The decoded pixels, for looking at what was drawn.
 struct PMTestPNGImage {
@@ -29,11 +22,12 @@ struct PMTestPNGImage {
     // Whether every pixel is fully opaque: a part left undrawn is not.
     bool opaque() const;
     // The largest difference of a channel at (x, y) between two images.
-    int difference(const PMTestPNGImage& other, int x, int y) const;
+    int difference(const PMTestPNGImage& other, int x, int y) const { return PMTestColourDifference(at(x, y), other.at(x, y)); }
     // The standard deviation of the brightness of rows [top, bottom): near 0
     // for a blank page.
     double brightnessDeviation(int top, int bottom) const;
 };
 
+// Nothing when the bytes do not decode as a PNG image.
 std::optional<PMTestPNGImage> PMTestPNGImageOfData(const KCData& png);
 std::optional<PMTestPNGImage> PMTestPNGImageOfFile(const std::string& path);

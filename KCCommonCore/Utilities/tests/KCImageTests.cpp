@@ -1,0 +1,138 @@
+#include "Utilities/KCImageAdjustment.h"
+#include "Utilities/KCImageLoading.h"
+#include "Utilities/KCStretchableImage.h"
+#include "Utilities/tests/KCTestFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+
+namespace {
+
+using Pixel = std::array<uint8_t, 4>;
+
+KCBitmapRef imageWithPixels(int width, int height, const std::vector<Pixel>& pixels)
+{
+    auto bitmap = KCBitmap::create(width, height);
+    std::memcpy(bitmap->bytes(), pixels.data(), bitmap->byteCount());
+    return bitmap;
+}
+
+Pixel pixelAt(const KCBitmap& bitmap, int x, int y)
+{
+    Pixel pixel;
+    std::memcpy(pixel.data(), bitmap.bytes() + static_cast<size_t>(y) * bitmap.bytesPerRow() + static_cast<size_t>(x) * 4, 4);
+    return pixel;
+}
+
+Pixel adjusted(Pixel pixel, float hue, float saturation, float lightness)
+{
+    return pixelAt(*ImageCreateFromImageAdjustingHSL(imageWithPixels(1, 1, {pixel}), hue, saturation, lightness), 0, 0);
+}
+
+TEST(KCImageAdjustment, ShiftsHueSaturationAndLightnessOfStoredBytes)
+{
+    struct Case {
+        Pixel pixel;
+        float hue, saturation, lightness;
+        Pixel expected;
+    } cases[] = {
+        {{255, 0, 0, 255}, 120, 0, 0, {0, 255, 0, 255}},
+        {{0, 0, 255, 255}, 120, 0, 0, {255, 0, 0, 255}},
+        // A grey has no hue to turn, until it is given saturation: then the shift alone is its hue.
+        {{128, 128, 128, 255}, 200, 0, 0, {128, 128, 128, 255}},
+        {{128, 128, 128, 255}, 200, -50, 0, {128, 128, 128, 255}},
+        {{128, 128, 128, 255}, 120, 50, 0, {64, 128, 64, 255}},
+        // The largest channel goes to 255 and the others keep their share of it;
+        // premultiplied bytes are taken as they are, so the colour may pass its alpha.
+        {{200, 100, 50, 255}, 0, 0, 100, {255, 127, 63, 255}},
+        {{100, 50, 25, 128}, 0, 0, 100, {255, 127, 63, 128}},
+        {{200, 100, 50, 77}, 30, 40, -100, {0, 0, 0, 77}},
+        // Beyond a whole turn either way the sector is out of range: (t, p, p), the fraction truncated towards zero.
+        {{255, 255, 255, 255}, 810, 50, 0, {191, 127, 127, 255}},
+        {{255, 255, 255, 255}, -810, 50, 0, {63, 127, 127, 255}},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(adjusted(c.pixel, c.hue, c.saturation, c.lightness), c.expected) << "case " << &c - cases;
+}
+
+TEST(KCImageAdjustment, NegativeHueIsTheSameTurnAndUnchangedParametersAnswerTheSameImage)
+{
+    std::vector<Pixel> pixels;
+    for (int i = 0; i < 64; ++i)
+        pixels.push_back({static_cast<uint8_t>(i * 37), static_cast<uint8_t>(i * 91 + 5), static_cast<uint8_t>(255 - i * 13), static_cast<uint8_t>(i * 4 + 3)});
+    KCBitmapRef image = imageWithPixels(8, 8, pixels);
+
+    KCBitmapRef minus = ImageCreateFromImageAdjustingHSL(image, -90, 10, -20);
+    KCBitmapRef plus = ImageCreateFromImageAdjustingHSL(image, 270, 10, -20);
+    ASSERT_TRUE(minus && plus);
+    EXPECT_EQ(std::memcmp(minus->bytes(), plus->bytes(), plus->byteCount()), 0);
+    EXPECT_NE(std::memcmp(image->bytes(), plus->bytes(), plus->byteCount()), 0);
+
+    for (float hue : {0.0f, 360.0f, -360.0f})
+        EXPECT_EQ(ImageCreateFromImageAdjustingHSL(image, hue, 0, 0), image) << hue;
+    EXPECT_NE(ImageCreateFromImageAdjustingHSL(image, 0, 0, 1), image);
+    EXPECT_EQ(ImageCreateFromImageAdjustingHSL(nullptr, 10, 0, 0), nullptr);
+}
+
+TEST(KCStretchableImage, NineSlicesKeepCornersStretchTheMiddleAndStandUpright)
+{
+    // Three columns by four rows: the square drawn is the top three rows, so
+    // the fourth row's colour must appear nowhere.
+    std::vector<Pixel> pixels;
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 3; ++x)
+            pixels.push_back({static_cast<uint8_t>(10 + 100 * x), static_cast<uint8_t>(10 + 60 * y), 200, 255});
+    KCBitmapRef image = imageWithPixels(3, 4, pixels);
+
+    KCCairoSurfacePointer surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 40, 40));
+    cairo_t* context = cairo_create(surface.get());
+    ContextDrawStretchableImage(context, image, {{5, 7}, {30, 30}}, 1, 1);
+    cairo_destroy(context);
+    auto canvas = KCBitmap::createWithSurface(surface.get());
+    ASSERT_TRUE(canvas);
+
+    auto source = [&](int x, int y) { return pixels[static_cast<size_t>(y * 3 + x)]; };
+    struct Probe {
+        int x, y;  // in the 30 x 30 rectangle, y down
+        Pixel expected;
+    } probes[] = {
+        {0, 0, source(0, 0)}, {29, 0, source(2, 0)}, {0, 29, source(0, 2)}, {29, 29, source(2, 2)},  // corners
+        {1, 0, source(1, 0)}, {28, 0, source(1, 0)}, {0, 28, source(0, 1)}, {29, 15, source(2, 1)}, {15, 29, source(1, 2)},  // edges
+        {1, 1, source(1, 1)}, {28, 28, source(1, 1)}, {-1, 0, {}}, {0, -1, {}}, {30, 29, {}}, {29, 30, {}},  // middle, outside
+    };
+    for (const Probe& probe : probes)
+        EXPECT_EQ(pixelAt(*canvas, 5 + probe.x, 7 + probe.y), probe.expected) << "at " << probe.x << ", " << probe.y;
+}
+
+TEST(KCImageLoading, ReadsWhatWasWrittenAndNothingFromBrokenOrMissingFiles)
+{
+    KCScratchDirectory scratch;
+    // Opaque, transparent and half-transparent pixels survive the straight alpha of the file.
+    KCBitmapRef written = imageWithPixels(2, 2, {{255, 0, 0, 255}, {0, 0, 0, 0}, {40, 80, 120, 128}, {1, 2, 3, 7}});
+    auto png = written->PNGData();
+    ASSERT_TRUE(png);
+    KCWriteTestFile(scratch.file("written.png"), std::string(png->begin(), png->end()));
+    KCBitmapRef read = ImageCreateWithURL(scratch.url("written.png"));
+    ASSERT_TRUE(read);
+    ASSERT_EQ(read->width(), 2);
+    ASSERT_EQ(read->height(), 2);
+    EXPECT_EQ(std::memcmp(read->bytes(), written->bytes(), 16), 0);
+
+    std::string corrupt(png->begin(), png->begin() + 40);
+    corrupt += std::string(64, 'x');
+    KCWriteTestFile(scratch.file("corrupt.png"), corrupt);
+    struct Case {
+        std::string name;
+        KCImageErrorCode code;
+    } cases[] = {{"corrupt.png", KCImageErrorCode::CannotDecode}, {"missing.png", KCImageErrorCode::CannotRead}};
+    for (const Case& c : cases) {
+        KCError error;
+        EXPECT_EQ(ImageCreateWithURL(scratch.url(c.name), &error), nullptr) << c.name;
+        EXPECT_EQ(error.domain, KCImageErrorDomain) << c.name;
+        EXPECT_EQ(error.code, static_cast<int64_t>(c.code)) << c.name;
+    }
+}
+
+} // namespace
