@@ -25,7 +25,9 @@ public:
 using PMActivityAssetRef = std::shared_ptr<const PMActivityAsset>;
 
 class PMAssetActivityPropertySource : public std::enable_shared_from_this<PMAssetActivityPropertySource> {
-    struct Designated {};
+    struct Designated {
+        explicit Designated() = default;
+    };
 
 public:
     static std::shared_ptr<PMAssetActivityPropertySource> init(KCError* error = nullptr);
