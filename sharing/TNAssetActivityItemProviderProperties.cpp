@@ -1,0 +1,18 @@
+#include "TNAssetActivityItemProviderProperties.h"
+
+#define TN_PROPERTY_KEY(name) const char16_t* const name = u## #name
+
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyStoreId);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyStoreUrl);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyStoreShortUrl);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyBookPath);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyEpubId);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyAssetCover);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyTitle);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyAuthor);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyVersion);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyPublisherLocation);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyPublisherName);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyPublisherYear);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyLanguage);
+TN_PROPERTY_KEY(kTNAssetActivityItemProviderPropertyGenre);
