@@ -22,6 +22,7 @@ public:
     TargetResolver(const PMPackage& package, const std::string& packagePath, const std::string& documentPath)
         : m_packagePath(packagePath)
         , m_base(PMContainerDirectoryOf(documentPath))
+        , m_spineCount(package.spine.size())
     {
         for (size_t index = package.spine.size(); index-- > 0;)
             m_spineIndexes[package.spine[index].path] = index;  // the first itemref of a file wins
@@ -38,6 +39,8 @@ public:
             entry.spineIndex = found->second;
         else if (entry.path == m_packagePath && href.find('#') != std::string_view::npos)
             entry.spineIndex = PMSpineIndexFromCFI(fragment(href));
+        if (entry.spineIndex >= m_spineCount)
+            entry.spineIndex.reset();  // a CFI past the spine's end
         return entry;
     }
 
@@ -53,6 +56,7 @@ private:
 
     std::string m_packagePath;
     std::string m_base;
+    size_t m_spineCount;
     std::unordered_map<std::string, size_t> m_spineIndexes;
 };
 
