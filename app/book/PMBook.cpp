@@ -77,6 +77,11 @@ std::optional<PMBook> PMBook::open(const std::string& epubPath, const PMBookOpen
     return book;
 }
 
+std::optional<std::string> PMBook::readFile(std::string_view relativePath, KCError* error) const
+{
+    return readBookFile(m_contentsPath, relativePath, error);
+}
+
 std::u16string PMBook::bookEpubId() const
 {
     std::u16string identifier;

@@ -11,6 +11,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 struct PMBookOpenOptions {
     std::optional<std::string> cacheDirectory;  // see PMBookCacheDirectory
@@ -27,6 +28,9 @@ public:
     const std::string& packagePath() const { return m_packagePath; }
     const PMPackage& package() const { return m_package; }
     const std::vector<PMEncryptedResource>& encryptedResources() const { return m_encrypted; }
+    // A file of the book by its path relative to the contents path; nothing
+    // (MissingFile) when it cannot be read.
+    std::optional<std::string> readFile(std::string_view relativePath, KCError* error) const;
 
     // The identifier as the obfuscation key uses it: the unique identifier
     // without blanks, tabs, carriage returns and line feeds.

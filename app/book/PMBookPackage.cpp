@@ -1,90 +1,20 @@
 #include "PMBookPackage.h"
 
 #include "PMBookError.h"
+#include "PMBookXML.h"
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
 
 #include <glib.h>
-#include <libxml/parser.h>
-#include <libxml/tree.h>
 
-#include <climits>
-#include <memory>
+#include <algorithm>
 #include <unordered_map>
 
 namespace {
 
-struct DocumentFreer {
-    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-using Document = std::unique_ptr<xmlDoc, DocumentFreer>;
-
-// No network, no external entities, no DTD loading: the documents come from
-// an untrusted archive.
-Document parse(std::string_view xml, const char* name)
+bool startsWithIgnoringCase(std::string_view text, std::string_view prefix)
 {
-    if (xml.size() > INT_MAX)
-        return nullptr;
-    return Document(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), name, nullptr,
-        XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-}
-
-// Elements are matched by local name: books in the wild get namespaces wrong.
-bool isElement(const xmlNode* node, const char* localName)
-{
-    return node && node->type == XML_ELEMENT_NODE && xmlStrcmp(node->name, BAD_CAST localName) == 0;
-}
-
-const xmlNode* firstChild(const xmlNode* parent, const char* localName)
-{
-    for (const xmlNode* child = parent ? parent->children : nullptr; child; child = child->next) {
-        if (isElement(child, localName))
-            return child;
-    }
-    return nullptr;
-}
-
-// Depth-first, in document order.
-template <typename Visit>
-void forEachDescendant(const xmlNode* parent, const char* localName, Visit visit)
-{
-    for (const xmlNode* child = parent ? parent->children : nullptr; child; child = child->next) {
-        if (isElement(child, localName))
-            visit(child);
-        if (child->type == XML_ELEMENT_NODE)
-            forEachDescendant(child, localName, visit);
-    }
-}
-
-std::string attribute(const xmlNode* node, const char* name)
-{
-    xmlChar* value = xmlGetProp(node, BAD_CAST name);
-    std::string text = value ? reinterpret_cast<const char*>(value) : "";
-    xmlFree(value);
-    return text;
-}
-
-std::string trimmed(std::string text)
-{
-    const char* blanks = " \t\r\n";
-    size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-std::string textContent(const xmlNode* node)
-{
-    xmlChar* content = xmlNodeGetContent(node);
-    std::string text = content ? reinterpret_cast<const char*>(content) : "";
-    xmlFree(content);
-    return trimmed(std::move(text));
-}
-
-std::string directoryOf(std::string_view path)
-{
-    size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash + 1));
+    return text.size() >= prefix.size() && g_ascii_strncasecmp(text.data(), prefix.data(), prefix.size()) == 0;
 }
 
 KCError malformed(const std::string& description)
@@ -94,6 +24,39 @@ KCError malformed(const std::string& description)
 }
 
 } // namespace
+
+std::string PMContainerDirectoryOf(std::string_view path)
+{
+    size_t slash = path.rfind('/');
+    return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash + 1));
+}
+
+std::string PMISBNDigits(std::string_view identifier, bool schemeIsISBN)
+{
+    bool named = schemeIsISBN;
+    for (std::string_view prefix : {"urn:isbn:", "isbn:"}) {
+        if (!named && startsWithIgnoringCase(identifier, prefix)) {
+            identifier.remove_prefix(prefix.size());
+            named = true;
+        }
+    }
+    std::string digits;
+    for (char c : identifier) {
+        if (g_ascii_isdigit(c) || c == 'X' || c == 'x')
+            digits += g_ascii_toupper(c);
+        else if (!named && c != '-')
+            return {};  // a bare identifier holds nothing but digits and hyphens
+    }
+    size_t x = digits.find('X');
+    bool wellFormed = digits.size() == 13 ? x == std::string::npos : digits.size() == 10 && (x == std::string::npos || x == 9);
+    return wellFormed ? digits : std::string();
+}
+
+std::string PMPackage::year() const
+{
+    bool leadingYear = date.size() >= 4 && std::all_of(date.begin(), date.begin() + 4, [](char c) { return g_ascii_isdigit(c); });
+    return leadingYear ? date.substr(0, 4) : std::string();
+}
 
 std::string PMResolveContainerPath(std::string_view baseDirectory, std::string_view href)
 {
@@ -139,18 +102,18 @@ std::string PMResolveContainerPath(std::string_view baseDirectory, std::string_v
 
 std::optional<std::string> PMPackagePathFromContainer(std::string_view containerXML, KCError* error)
 {
-    Document document = parse(containerXML, "container.xml");
+    PMXMLDocument document = PMParseBookXML(containerXML, "container.xml");
     const xmlNode* root = document ? xmlDocGetRootElement(document.get()) : nullptr;
-    if (!isElement(root, "container")) {
+    if (!PMXMLIsElement(root, "container")) {
         KCSetError(error, malformed("META-INF/container.xml is not a container document"));
         return std::nullopt;
     }
     std::optional<std::string> found;
-    forEachDescendant(root, "rootfile", [&](const xmlNode* rootfile) {
+    PMXMLForEachDescendant(root, "rootfile", [&](const xmlNode* rootfile) {
         if (found)
             return;
-        std::string mediaType = attribute(rootfile, "media-type");
-        std::string path = PMResolveContainerPath("", attribute(rootfile, "full-path"));
+        std::string mediaType = PMXMLAttribute(rootfile, "media-type");
+        std::string path = PMResolveContainerPath("", PMXMLAttribute(rootfile, "full-path"));
         if (!path.empty() && (mediaType.empty() || mediaType == "application/oebps-package+xml"))
             found = path;
     });
@@ -161,42 +124,59 @@ std::optional<std::string> PMPackagePathFromContainer(std::string_view container
 
 std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::string& packagePath, KCError* error)
 {
-    Document document = parse(packageXML, packagePath.c_str());
+    PMXMLDocument document = PMParseBookXML(packageXML, packagePath.c_str());
     const xmlNode* root = document ? xmlDocGetRootElement(document.get()) : nullptr;
-    if (!isElement(root, "package")) {
+    if (!PMXMLIsElement(root, "package")) {
         KCSetError(error, malformed(KCStringWithFormat("The package document \u201C%@\u201D cannot be read", packagePath)));
         return std::nullopt;
     }
     PMPackage package;
-    std::string uniqueIdentifierID = attribute(root, "unique-identifier");
-    const xmlNode* metadata = firstChild(root, "metadata");
+    std::string uniqueIdentifierID = PMXMLAttribute(root, "unique-identifier");
+    const xmlNode* metadata = PMXMLFirstChild(root, "metadata");
     bool foundUnique = false;
-    forEachDescendant(metadata, "identifier", [&](const xmlNode* identifier) {
-        std::string text = textContent(identifier);
-        if (!foundUnique && !uniqueIdentifierID.empty() && attribute(identifier, "id") == uniqueIdentifierID) {
+    std::string uniqueISBN;
+    std::string firstISBN;
+    PMXMLForEachDescendant(metadata, "identifier", [&](const xmlNode* identifier) {
+        std::string text = PMXMLText(identifier);
+        std::string isbn = PMISBNDigits(text, g_ascii_strcasecmp(PMXMLAttribute(identifier, "scheme").c_str(), "ISBN") == 0);
+        if (!foundUnique && !uniqueIdentifierID.empty() && PMXMLAttribute(identifier, "id") == uniqueIdentifierID) {
             package.uniqueIdentifier = text;
+            uniqueISBN = isbn;
             foundUnique = true;
         }
+        if (firstISBN.empty())
+            firstISBN = isbn;
         package.identifiers.push_back(std::move(text));
     });
+    package.storeId = !uniqueISBN.empty() ? uniqueISBN : !firstISBN.empty() ? firstISBN : "0";
     if (!foundUnique && !package.identifiers.empty()) {
         KCLog("The package \u201C%@\u201D names no unique identifier; using its first identifier", packagePath);
         package.uniqueIdentifier = package.identifiers.front();
     }
-    const std::pair<const char*, std::string*> fields[] = {{"title", &package.title}, {"creator", &package.creator}, {"language", &package.language}};
+    const std::pair<const char*, std::string*> fields[] = {{"title", &package.title}, {"creator", &package.creator}, {"language", &package.language},
+        {"publisher", &package.publisher}};
     for (const auto& [name, target] : fields) {
         std::string* field = target;
-        forEachDescendant(metadata, name, [field](const xmlNode* element) {
+        PMXMLForEachDescendant(metadata, name, [field](const xmlNode* element) {
             if (field->empty())
-                *field = textContent(element);
+                *field = PMXMLText(element);
         });
     }
 
-    std::string base = directoryOf(packagePath);
-    for (const xmlNode* item = firstChild(firstChild(root, "manifest"), "item"); item; item = item->next) {
-        if (!isElement(item, "item"))
+    // EPUB 2 books may date the creation and modification too.
+    bool foundPublication = false;
+    PMXMLForEachDescendant(metadata, "date", [&](const xmlNode* date) {
+        bool publication = PMXMLAttribute(date, "event") == "publication";
+        if (package.date.empty() || (publication && !foundPublication))
+            package.date = PMXMLText(date);
+        foundPublication |= publication;
+    });
+
+    std::string base = PMContainerDirectoryOf(packagePath);
+    for (const xmlNode* item = PMXMLFirstChild(PMXMLFirstChild(root, "manifest"), "item"); item; item = item->next) {
+        if (!PMXMLIsElement(item, "item"))
             continue;
-        PMManifestItem entry {attribute(item, "id"), attribute(item, "href"), {}, attribute(item, "media-type"), attribute(item, "properties")};
+        PMManifestItem entry {PMXMLAttribute(item, "id"), PMXMLAttribute(item, "href"), {}, PMXMLAttribute(item, "media-type"), PMXMLAttribute(item, "properties")};
         entry.path = PMResolveContainerPath(base, entry.href);
         if (entry.path.empty()) {
             KCLog("Skipping the manifest item \u201C%@\u201D: its location \u201C%@\u201D is outside the book", entry.identifier, entry.href);
@@ -207,10 +187,12 @@ std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::
     std::unordered_map<std::string, std::string> pathsByIdentifier;
     for (auto it = package.manifest.rbegin(); it != package.manifest.rend(); ++it)
         pathsByIdentifier[it->identifier] = it->path;  // the first item wins a duplicated id
-    for (const xmlNode* itemref = firstChild(firstChild(root, "spine"), "itemref"); itemref; itemref = itemref->next) {
-        if (!isElement(itemref, "itemref"))
+    const xmlNode* spine = PMXMLFirstChild(root, "spine");
+    package.spineToc = PMXMLAttribute(spine, "toc");
+    for (const xmlNode* itemref = PMXMLFirstChild(spine, "itemref"); itemref; itemref = itemref->next) {
+        if (!PMXMLIsElement(itemref, "itemref"))
             continue;
-        PMSpineItem entry {attribute(itemref, "idref"), {}, attribute(itemref, "linear") != "no"};
+        PMSpineItem entry {PMXMLAttribute(itemref, "idref"), {}, PMXMLAttribute(itemref, "linear") != "no"};
         if (auto found = pathsByIdentifier.find(entry.idref); found != pathsByIdentifier.end())
             entry.path = found->second;
         else
@@ -223,15 +205,15 @@ std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::
 std::vector<PMEncryptedResource> PMParseEncryption(std::string_view encryptionXML)
 {
     std::vector<PMEncryptedResource> resources;
-    Document document = parse(encryptionXML, "encryption.xml");
+    PMXMLDocument document = PMParseBookXML(encryptionXML, "encryption.xml");
     const xmlNode* root = document ? xmlDocGetRootElement(document.get()) : nullptr;
     if (!root) {
         KCLog("META-INF/encryption.xml cannot be read; no resource is taken as obfuscated");
         return resources;
     }
-    forEachDescendant(root, "EncryptedData", [&](const xmlNode* data) {
-        std::string algorithm = attribute(firstChild(data, "EncryptionMethod"), "Algorithm");
-        std::string path = PMResolveContainerPath("", attribute(firstChild(firstChild(data, "CipherData"), "CipherReference"), "URI"));
+    PMXMLForEachDescendant(root, "EncryptedData", [&](const xmlNode* data) {
+        std::string algorithm = PMXMLAttribute(PMXMLFirstChild(data, "EncryptionMethod"), "Algorithm");
+        std::string path = PMResolveContainerPath("", PMXMLAttribute(PMXMLFirstChild(PMXMLFirstChild(data, "CipherData"), "CipherReference"), "URI"));
         if (!algorithm.empty() && !path.empty())
             resources.push_back({std::move(path), std::move(algorithm)});
     });

@@ -30,8 +30,15 @@ struct PMPackage {
     std::string title;
     std::string creator;
     std::string language;
+    std::string publisher;
+    std::string date;     // the publication date when several are given, else the first
+    std::string storeId;  // the ISBN's digits (PMISBNDigits), the unique identifier's first; "0" without one
     std::vector<PMManifestItem> manifest;
     std::vector<PMSpineItem> spine;
+    std::string spineToc;  // the manifest id of the NCX, as the spine names it
+
+    // The date's leading four digits ("2008" of "2008-05-20"); empty without them.
+    std::string year() const;
 };
 
 struct PMEncryptedResource {
@@ -46,6 +53,14 @@ std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::
 // Unparseable or empty documents give no entries (logged).
 std::vector<PMEncryptedResource> PMParseEncryption(std::string_view encryptionXML);
 
+// The digits of an ISBN, upper-case X kept as the ISBN-10 check digit; empty
+// when the identifier is none. An ISBN is named by "urn:isbn:" or "isbn:",
+// by the identifier's scheme attribute (`schemeIsISBN`), or is bare: 10 or 13
+// digits with optional hyphens.
+std::string PMISBNDigits(std::string_view identifier, bool schemeIsISBN);
+
+// The directory part of a container path, with its trailing slash ("OEBPS/" of "OEBPS/content.opf").
+std::string PMContainerDirectoryOf(std::string_view path);
 // A relative URL resolved against a directory of the container ("OEBPS/"),
 // decoded and normalised; empty when it has a scheme or leaves the container.
 std::string PMResolveContainerPath(std::string_view baseDirectory, std::string_view href);

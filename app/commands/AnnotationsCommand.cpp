@@ -1,4 +1,5 @@
 // pagemoor annotations: adds, lists, changes, queries and quotes (excerpts) the annotations of an annotation store file.
+#include "BookCommandSupport.h"
 #include "StoreCommandSupport.h"
 
 #include "TNAnnotation/TNAnnotation.h"
@@ -6,7 +7,9 @@
 #include "Utilities/KCJSON.h"
 #include "Utilities/KCStringConversion.h"
 
+#include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <iostream>
@@ -15,11 +18,14 @@ namespace {
 
 const char* const kUsage =
     "usage: pagemoor annotations --store FILE COMMAND [OPTIONS]\n"
-    "  add --asset ID [--type 1|2|3] [--style N] [--selected TEXT] [--representative TEXT] [--note TEXT]\n"
+    "  add --asset ID|--book BOOK.epub [--type 1|2|3] [--style N] [--selected TEXT] [--representative TEXT] [--note TEXT]\n"
     "      [--location LOC] [--range-start N] [--range-end N] [--page P] [--chapter TITLE] [--uuid U]\n"
-    "      [--selected-range LOCATION,LENGTH]\n"
+    "      [--selected-range LOCATION,LENGTH] [--created DATE] [--cache-dir DIR]\n"
     "                                 adds an annotation and prints its UUID; the selected range\n"
-    "                                 counts UTF-16 units of the representative text\n"
+    "                                 counts UTF-16 units of the representative text; --book takes\n"
+    "                                 the asset ID from the book's unique identifier; --created\n"
+    "                                 dates its creation and modification (ISO 8601 with Z or an\n"
+    "                                 offset: 2024-03-05T10:20:30Z, 2024-03-05T11:20:30+01:00)\n"
     "  list --asset ID [--include-deleted] [--json]\n"
     "  set --uuid U --field NAME --value V\n"
     "  delete --uuid U                marks the annotation deleted\n"
@@ -100,6 +106,66 @@ void printAnnotations(const TNAnnotation::Annotations& annotations, bool json)
     }
 }
 
+// "2024-03-05T10:20:30Z" or with an offset from UTC ("+01:00"); a fraction of a second may follow the seconds.
+std::optional<KCDate> isoDate(std::string_view text)
+{
+    auto number = [text](size_t at, size_t width, int& value) {
+        if (at + width > text.size() || !std::all_of(text.begin() + at, text.begin() + at + width, [](char c) { return c >= '0' && c <= '9'; }))
+            return false;
+        std::from_chars(text.data() + at, text.data() + at + width, value);
+        return true;
+    };
+    auto separator = [text](size_t at, char expected) { return at < text.size() && text[at] == expected; };
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+    if (!number(0, 4, year) || !separator(4, '-') || !number(5, 2, month) || !separator(7, '-') || !number(8, 2, day) || !separator(10, 'T')
+        || !number(11, 2, hour) || !separator(13, ':') || !number(14, 2, minute) || !separator(16, ':') || !number(17, 2, second))
+        return std::nullopt;
+    size_t at = 19;
+    double fraction = 0;
+    if (separator(at, '.')) {
+        double scale = 0.1;
+        for (++at; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at, scale /= 10)
+            fraction += (text[at] - '0') * scale;
+        if (text[at - 1] == '.')
+            return std::nullopt;
+    }
+    int offset = 0;
+    if (separator(at, 'Z')) {
+        ++at;
+    } else if (separator(at, '+') || separator(at, '-')) {
+        int offsetHours = 0, offsetMinutes = 0;
+        if (!number(at + 1, 2, offsetHours) || !separator(at + 3, ':') || !number(at + 4, 2, offsetMinutes) || offsetHours > 23 || offsetMinutes > 59)
+            return std::nullopt;
+        offset = (text[at] == '-' ? -1 : 1) * (offsetHours * 3600 + offsetMinutes * 60);
+        at += 6;
+    } else {
+        return std::nullopt;
+    }
+    std::chrono::year_month_day date {std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)), std::chrono::day(static_cast<unsigned>(day))};
+    if (at != text.size() || !date.ok() || hour > 23 || minute > 59 || second > 59)
+        return std::nullopt;
+    auto days = std::chrono::sys_days(date).time_since_epoch().count();
+    return KCDate::fromTimeIntervalSince1970(double(days) * 86400 + hour * 3600 + minute * 60 + second - offset + fraction);
+}
+
+// The book's asset ID when --book names one; an error when --asset names another.
+std::optional<std::u16string> assetOption(const Options& options, std::string& error)
+{
+    auto asset = PMTextOption(options, "asset");
+    auto bookPath = options.option("book");
+    if (!bookPath)
+        return asset;
+    auto book = PMOpenBookArgument(*bookPath, options);
+    if (!book) {
+        error = "could not open the book " + *bookPath;
+        return std::nullopt;
+    }
+    std::u16string identifier = KCUTF16FromUTF8(book->package().uniqueIdentifier);
+    if (asset && *asset != identifier)
+        error = "--asset " + *options.option("asset") + " is not the asset ID of the book given by --book (" + book->package().uniqueIdentifier + ")";
+    return identifier;
+}
+
 using Session = PMStoreSession;
 
 int save(Session& session)
@@ -109,10 +175,15 @@ int save(Session& session)
 
 int add(Session& session, const Options& options)
 {
-    auto asset = PMTextOption(options, "asset");
-    if (!asset)
-        return PMFail("add needs --asset ID");
     std::string error;
+    auto asset = assetOption(options, error);
+    if (!error.empty())
+        return PMFail(error);
+    if (!asset)
+        return PMFail("add needs --asset ID or --book BOOK.epub");
+    std::optional<KCDate> created;
+    if (auto text = options.option("created"); text && !(created = isoDate(*text)))
+        return PMFail("--created needs an ISO 8601 date and time such as 2024-03-05T10:20:30Z or 2024-03-05T11:20:30+01:00, not '" + *text + "'");
     auto type = integerOption(options, "type", error);
     auto style = integerOption(options, "style", error);
     auto start = integerOption(options, "range-start", error);
@@ -144,6 +215,13 @@ int add(Session& session, const Options& options)
         annotation->setPlLocationRangeEnd(*end);
     if (selectedRange)
         annotation->setAnnotationSelectedTextRange(*selectedRange);
+    if (created) {
+        // Last, since the setters above stamp the present moment.
+        annotation->setAnnotationCreationDate(created);
+        annotation->setAnnotationModificationDate(created);
+        if (annotation->userModificationDate())
+            annotation->setUserModificationDate(created);
+    }
     if (int status = save(session))
         return status;
     std::cout << textOf(annotation->annotationUuid()) << '\n';
@@ -282,7 +360,7 @@ int latest(Session& session, bool json)
 int runAnnotations(const std::vector<std::string>& args)
 {
     Options options(args, {"store", "asset", "type", "style", "selected", "representative", "note", "location", "range-start", "range-end",
-                              "page", "chapter", "uuid", "field", "value", "selected-range", "limit"});
+                              "page", "chapter", "uuid", "field", "value", "selected-range", "limit", "created", "book", "cache-dir"});
     if (auto failed = PMRejectUnknown(options, {"include-deleted", "json"}))
         return *failed;
     if (options.positionals().size() != 1)

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <set>
+
 namespace {
 
 class AnnotationsCommandTest : public ::testing::Test {
@@ -141,6 +143,34 @@ TEST_F(AnnotationsCommandTest, ExcerptsOfStoredAnnotations)
         PMProgramResult failed = run(bad);
         EXPECT_NE(failed.status, 0) << bad;
         EXPECT_NE(failed.err, "") << bad;
+    }
+}
+
+// Reproducible dates, read the same under any locale, and the asset ID of a real book.
+TEST_F(AnnotationsCommandTest, AddTakesACreationDateAndTheBooksAssetID)
+{
+    std::string book = "--book '" + std::string(PM_SOURCE_DIR) + "/app/e2e/books/georgia-cfi.epub' --cache-dir '" + m_scratch.file("cache") + "'";
+    add(book + " --style 3 --created 2024-03-05T11:20:30+01:00");
+    PMProgramResult german = PMRunPagemoor("annotations --store '" + m_store + "' add " + book + " --asset code.google.com.epub-samples.georgia-cfi"
+            " --created 2024-03-05T10:20:30.5Z", {.environment = "LC_ALL=de_DE.UTF-8"});
+    EXPECT_EQ(german.status, 0) << german.err;
+    auto listed = nlohmann::json::parse(run("list --asset code.google.com.epub-samples.georgia-cfi --json").out);
+    ASSERT_EQ(listed.size(), 2u);
+    std::multiset<double> created;
+    for (const auto& annotation : listed) {
+        EXPECT_EQ(annotation["annotationModificationDate"], annotation["annotationCreationDate"]);
+        created.insert(annotation["annotationCreationDate"].get<double>());
+        if (annotation["annotationStyle"] == 3) {
+            EXPECT_EQ(annotation["futureProofing6"], "731326830.000000");  // the style change's user date too
+        }
+    }
+    EXPECT_EQ(created, (std::multiset<double> {731326830.0, 731326830.5}));  // seconds since 2001
+
+    EXPECT_NE(run("add " + book + " --asset another-book").status, 0);
+    for (const char* date : {"2024-03-05", "2024-03-05T10:20:30", "2024-03-05 10:20:30Z", "2024-02-30T10:20:30Z", "2024-03-05T10:20:30+0100", "2024-03-05T10:20:30.Z"}) {
+        PMProgramResult failed = run(std::string("add --asset a --created '") + date + "'");
+        EXPECT_NE(failed.status, 0) << date;
+        EXPECT_NE(failed.err.find("--created needs an ISO 8601 date"), std::string::npos) << date << ": " << failed.err;
     }
 }
 
