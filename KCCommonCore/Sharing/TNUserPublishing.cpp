@@ -1,6 +1,7 @@
 #include "TNUserPublishing.h"
 
 #include "KCURLAdditions.h"
+#include "TNHTMLText.h"
 
 #include "Utilities/KCBundle.h"
 #include "Utilities/KCFormat.h"
@@ -23,11 +24,7 @@ const char* const kTNUserPublishingLookProfileLockUp = "kTNUserPublishingLookPro
 const char* const TNUserPublishingErrorDomain = "TNUserPublishingErrorDomain";
 const char* const kTNUserPublishingServiceURLEnvironmentVariable = "PAGEMOOR_STORE_SERVICE_URL";
 
-namespace {
-
-// The integer a store ID starts with (after spaces and a sign) is not 0;
-// empty and non-numeric IDs have none.
-bool hasNonZeroIntegerValue(std::u16string_view storeId)
+bool TNStoreIdHasNonZeroValue(std::u16string_view storeId)
 {
     size_t at = storeId.find_first_not_of(u" \t\n");
     if (at != std::u16string_view::npos && (storeId[at] == u'+' || storeId[at] == u'-'))
@@ -38,6 +35,8 @@ bool hasNonZeroIntegerValue(std::u16string_view storeId)
     }
     return false;
 }
+
+namespace {
 
 // An optional switch of the data source: on when it does not answer.
 bool switchIsOn(const TNUserPublishingDataSource::Operation<bool>& operation, TNUserPublishing& service, std::u16string_view storeId)
@@ -65,12 +64,6 @@ size_t findIgnoringASCIICase(std::u16string_view text, std::u16string_view needl
             return at;
     }
     return std::u16string_view::npos;
-}
-
-void replaceAll(std::u16string& text, std::u16string_view placeholder, std::u16string_view replacement)
-{
-    for (size_t at = text.find(placeholder); at != std::u16string::npos; at = text.find(placeholder, at + replacement.size()))
-        text.replace(at, placeholder.size(), replacement);
 }
 
 std::u16string format(std::u16string_view localizedFormat, std::u16string_view argument)
@@ -160,7 +153,7 @@ std::optional<KCURL> TNUserPublishing::cheapStoreURLForStoreId(std::u16string_vi
 
 std::optional<KCURL> TNUserPublishing::storeURLForStoreId(std::u16string_view storeId, const TNUserPublishingDataSource* dataSource)
 {
-    if (!hasNonZeroIntegerValue(storeId))
+    if (!TNStoreIdHasNonZeroValue(storeId))
         return std::nullopt;
     if (auto url = p_cachedOrDownloadedURL(kStoreURLPrefix, storeId, "url", dataSource))
         return url;
@@ -169,7 +162,7 @@ std::optional<KCURL> TNUserPublishing::storeURLForStoreId(std::u16string_view st
 
 std::optional<KCURL> TNUserPublishing::storeShortURLForStoreId(std::u16string_view storeId, const TNUserPublishingDataSource* dataSource)
 {
-    if (!hasNonZeroIntegerValue(storeId))
+    if (!TNStoreIdHasNonZeroValue(storeId))
         return std::nullopt;
     if (auto url = p_cachedOrDownloadedURL(kStoreShortURLPrefix, storeId, "shortUrl", dataSource))
         return url;
@@ -252,7 +245,7 @@ std::optional<std::u16string> TNUserPublishing::bookInfoHTMLForStoreId(std::u16s
     auto generated = [&]() -> std::optional<std::u16string> {
         return dataSource ? p_generatedEmailBodyForStoreId(storeId, dataSource) : std::nullopt;
     };
-    if (!hasNonZeroIntegerValue(storeId))
+    if (!TNStoreIdHasNonZeroValue(storeId))
         return generated();
     std::u16string key = p_keyForPrefix(kEmailBodyPrefix, storeId);
     auto storeCache = cache();
@@ -325,14 +318,14 @@ std::optional<std::u16string> TNUserPublishing::p_generatedEmailBodyForStoreId(s
     const KCBundle& bundle = KCCommonCoreBundle();
 
     if (!author.empty())
-        replaceAll(body, u"<!-- %%AUTHOR%% -->", format(bundle.localizedString(u"by %@"), author));
+        TNReplaceTemplatePlaceholder(body, u"<!-- %%AUTHOR%% -->", format(bundle.localizedString(u"by %@"), author));
     if (!title.empty()) {
         std::u16string link = title;
         if (storeURL)
             link = KCUTF16FromUTF8(KCStringWithFormat("<a href=\"%@\">%@</a>", storeURL->absoluteString(), title));
-        replaceAll(body, u"<!-- %%TITLE%% -->", link);
+        TNReplaceTemplatePlaceholder(body, u"<!-- %%TITLE%% -->", link);
     }
-    replaceAll(body, u"<!-- %%CATEGORY%% -->", category.empty() ? std::u16string() : format(bundle.localizedString(u"Category: %@"), category));
+    TNReplaceTemplatePlaceholder(body, u"<!-- %%CATEGORY%% -->", category.empty() ? std::u16string() : format(bundle.localizedString(u"Category: %@"), category));
     return body;
 }
 

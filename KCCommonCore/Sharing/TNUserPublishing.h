@@ -39,6 +39,10 @@ extern const char* const kTNUserPublishingServiceURLEnvironmentVariable;  // "PA
 
 class TNUserPublishing;
 
+// The integer a store ID starts with (after spaces and a sign) is not 0;
+// empty and non-numeric IDs have none.
+bool TNStoreIdHasNonZeroValue(std::u16string_view storeId);
+
 // Every operation is optional: an empty one is not implemented. The two
 // switches count as on when not implemented; the others then yield nothing.
 struct TNUserPublishingDataSource {

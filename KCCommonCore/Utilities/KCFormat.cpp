@@ -13,6 +13,11 @@ KCFormatArgument::KCFormatArgument(std::u16string_view value)
 {
 }
 
+KCFormatArgument::KCFormatArgument(const std::optional<std::u16string>& value)
+    : m_kind(Kind::Text), m_text(value ? KCUTF8FromUTF16(*value) : "(null)")
+{
+}
+
 KCFormatArgument::KCFormatArgument(const KCValue& value)
     : m_kind(Kind::Text), m_text(value.isNull() ? "(null)" : value.description())
 {

@@ -36,6 +36,8 @@ public:
     KCFormatArgument(std::u16string_view value);
     KCFormatArgument(const std::u16string& value) : KCFormatArgument(std::u16string_view(value)) {}
     KCFormatArgument(const char16_t* value) : KCFormatArgument(std::u16string_view(value ? value : u"")) {}
+    // An absent text prints as "(null)", as a null object does.
+    KCFormatArgument(const std::optional<std::u16string>& value);
     KCFormatArgument(const KCValue& value);
     KCFormatArgument(const KCURL& value) : m_kind(Kind::Text), m_text(value.absoluteString()) {}
     template <typename T, std::enable_if_t<std::is_base_of_v<KCObject, T>, int> = 0>

@@ -1,28 +1,15 @@
 #include "Annotations/TNAnnotationGroupRTFGenerator.h"
-#include "TNAnnotation/TNAnnotationStoreDataSource.h"
-
-#include <gtest/gtest.h>
+#include "Annotations/tests/TNAnnotationShareTestSupport.h"
 
 namespace {
 
-class TNAnnotationGroupRTFGeneratorTest : public ::testing::Test {
+class TNAnnotationGroupRTFGeneratorTest : public TNAnnotationShareTest {
 protected:
-    void SetUp() override
-    {
-        m_source.loadManagedObjectModel();
-        m_source.loadPersistentStoreCoordinator();
-        m_context = m_source.newManagedObjectContext();
-        ASSERT_TRUE(m_context);
-    }
-
     std::shared_ptr<TNAnnotation> annotation(TNAnnotation::TextArgument selected, TNAnnotation::TextArgument page, TNAnnotation::TextArgument note, int32_t type = TNAnnotationTypeRange)
     {
-        auto made = TNAnnotation::insertAnnotationWithAssetID(u"BOOK", std::nullopt, std::nullopt, m_context.get());
+        auto made = insertAnnotation(selected, note);
         made->setAnnotationType(type);
-        made->setAnnotationCreationDate(m_date);
-        made->setAnnotationSelectedText(selected);
         made->setPhysicalPageNumber(page);
-        made->setAnnotationNote(note);
         return made;
     }
 
@@ -34,9 +21,6 @@ protected:
         return attributes;
     }
 
-    TNAnnotationStoreDataSource m_source {*KCURL::fileURLWithPath("/nonexistent/Annotations.sqlite")};
-    std::shared_ptr<KCManagedObjectContext> m_context;
-    KCDate m_date = KCDate::fromTimeIntervalSince1970(1772704800);
     std::u16string m_day = KCLongDateFormatter().stringFromDate(m_date);
     KCQuotationMarks m_quotes = KCQuotationMarks::forUserLocale();
     KCTextAttributes m_plain = font(u"Helvetica");
@@ -82,12 +66,6 @@ TEST_F(TNAnnotationGroupRTFGeneratorTest, WithoutCitationsAndWithEmptyPieces)
 
 TEST_F(TNAnnotationGroupRTFGeneratorTest, ExcerptsStopAfterTwoHundredWords)
 {
-    auto words = [](int count) {
-        std::u16string text;
-        for (int i = 0; i < count; ++i)
-            text += i ? u" word." : u"word.";
-        return text;
-    };
     TNAnnotationGroupRTFGenerator generator;
     generator.setCitationsAllowed(true);
     EXPECT_EQ(generator.p_highlightStringForAnnotation(*annotation(words(150), std::nullopt, std::nullopt)), m_quotes.enclose(words(150)));
