@@ -1,7 +1,8 @@
-// The group RTF share of 10,000 annotations: the styled text, the RTF bytes,
-// and both together (the goal is half a second). With PM_BENCH_GROUP_HTML set
-// to a path, first writes the same blocks as a plain HTML page there, for
-// timing another converter on comparable input (bench/group_rtf.sh).
+// The group shares of 10,000 annotations: the HTML document, and the RTF
+// (styled text, RTF bytes, both together); the goal is half a second each.
+// With PM_BENCH_GROUP_HTML set to a path, first writes the HTML document
+// there, for timing another converter on the same input (bench/group_share.sh).
+#include "Annotations/TNAnnotationGroupHTMLGenerator.h"
 #include "Annotations/TNAnnotationGroupRTFGenerator.h"
 #include "TNAnnotation/TNAnnotationStoreDataSource.h"
 #include "Utilities/KCRTFWriter.h"
@@ -34,6 +35,8 @@ struct Library {
     TNAnnotationStoreDataSource source {*KCURL::fileURLWithPath("/nonexistent/Annotations.sqlite")};
     std::shared_ptr<KCManagedObjectContext> context;
     TNAnnotationGroupRTFGenerator generator;
+    TNAnnotationGroupHTMLGenerator htmlGenerator;
+    TNAssetHTMLGeneratorDataSource htmlDataSource;
 
     Library()
     {
@@ -50,6 +53,16 @@ struct Library {
                 annotation->setAnnotationNote(words(i + 5, 12));
             annotations.push_back(annotation);
         }
+        htmlGenerator.setAnnotations(annotations);
+        htmlGenerator.setCitationsAllowed(true);
+        htmlGenerator.setTitle(u"Moby-Dick");
+        htmlGenerator.setAuthor(u"Herman Melville");
+        htmlGenerator.setReadingDirection(u"auto");
+        htmlDataSource.storeURLForHTMLGenerator = [](const TNAssetHTMLGenerator&) { return KCURL::URLWithString("https://store.example/book/id42"); };
+        htmlDataSource.citationForStoreURL = [](const TNAssetHTMLGenerator&, std::optional<std::u16string_view>) {
+            return std::optional<std::u16string>(u"Herman Melville. \u201CMoby-Dick.\u201D Pagemoor. ");
+        };
+        htmlGenerator.setDataSource(&htmlDataSource);
         generator.setAnnotations(std::move(annotations));
         generator.setCitationsAllowed(true);
         generator.setBookCitationString(u"Moby-Dick. Herman Melville. ");
@@ -64,45 +77,31 @@ Library& library()
     return made;
 }
 
-std::string escapedHTML(std::u16string_view text)
-{
-    std::string html;
-    for (char c : KCUTF8FromUTF16(text)) {
-        switch (c) {
-        case '<': html += "&lt;"; break;
-        case '>': html += "&gt;"; break;
-        case '&': html += "&amp;"; break;
-        case '\n': html += "<br>\n"; break;
-        default: html += c;
-        }
-    }
-    return html;
-}
-
-// The styled text as HTML, bold runs in <b>, links as <a>; once, when asked.
-void writeComparableHTML()
+void writeHTMLForComparison()
 {
     static bool written = false;
     const char* path = std::getenv("PM_BENCH_GROUP_HTML");
     if (written || !path)
         return;
     written = true;
-    KCStyledString styled = library().generator.attributedString();
-    std::string html = "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>Notes</title></head><body><p>";
-    for (const auto& run : styled.runs()) {
-        std::u16string_view text = std::u16string_view(styled.string()).substr(run.range.location, run.range.length);
-        bool bold = run.attributes.fontFamily.ends_with(u"-Bold");
-        html += !run.attributes.link.empty() ? "<a href=\"" + KCUTF8FromUTF16(run.attributes.link) + "\">" : bold ? "<b>" : "";
-        html += escapedHTML(text);
-        html += !run.attributes.link.empty() ? "</a>" : bold ? "</b>" : "";
-    }
-    html += "</p></body></html>\n";
-    std::ofstream(path) << html;
+    std::ofstream(path) << KCUTF8FromUTF16(library().htmlGenerator.documentString().value_or(u""));
 }
+
+void BM_GroupHTML(benchmark::State& state)
+{
+    writeHTMLForComparison();
+    size_t bytes = 0;
+    for (auto _ : state) {
+        auto html = library().htmlGenerator.documentString();
+        bytes = html ? html->size() * 2 : 0;
+        benchmark::DoNotOptimize(html);
+    }
+    state.counters["utf16_bytes"] = static_cast<double>(bytes);
+}
+BENCHMARK(BM_GroupHTML)->Unit(benchmark::kMillisecond);
 
 void BM_GroupStyledText(benchmark::State& state)
 {
-    writeComparableHTML();
     for (auto _ : state)
         benchmark::DoNotOptimize(library().generator.attributedString());
 }
