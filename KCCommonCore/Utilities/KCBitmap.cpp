@@ -26,6 +26,14 @@ void storeCairoPixel(uint32_t argb, uint8_t* rgba)
 
 std::unique_ptr<KCBitmap> KCBitmap::create(int width, int height)
 {
+    auto bitmap = createWithoutClearing(width, height);
+    if (bitmap)
+        std::memset(bitmap->bytes(), 0, bitmap->byteCount());
+    return bitmap;
+}
+
+std::unique_ptr<KCBitmap> KCBitmap::createWithoutClearing(int width, int height)
+{
     if (width < 1 || height < 1 || width > kMaximumSide || height > kMaximumSide)
         return nullptr;
     return std::unique_ptr<KCBitmap>(new KCBitmap(width, height));

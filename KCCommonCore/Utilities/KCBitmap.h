@@ -33,6 +33,9 @@ public:
 
     // A transparent bitmap; nullptr unless both sides are from 1 to kMaximumSide.
     static std::unique_ptr<KCBitmap> create(int width, int height);
+    // The same, its bytes left as the allocator gives them: for a caller that
+    // writes every byte before anything reads one.
+    static std::unique_ptr<KCBitmap> createWithoutClearing(int width, int height);
     // A copy of a cairo ARGB32 image surface; nullptr for another format or a surface in error.
     static std::unique_ptr<KCBitmap> createWithSurface(cairo_surface_t* surface);
 
@@ -52,11 +55,28 @@ public:
     std::optional<KCData> PNGData() const;
 
 private:
+    // Value-initialises nothing: a new byte is whatever the memory held.
+    template <typename T>
+    struct UnclearedAllocator : std::allocator<T> {
+        template <typename U>
+        struct rebind {
+            using other = UnclearedAllocator<U>;
+        };
+        template <typename U, typename... Arguments>
+        void construct(U* at, Arguments&&... arguments)
+        {
+            if constexpr (sizeof...(Arguments) > 0)
+                ::new (static_cast<void*>(at)) U(std::forward<Arguments>(arguments)...);
+            else
+                ::new (static_cast<void*>(at)) U;
+        }
+    };
+
     KCBitmap(int width, int height) : m_width(width), m_height(height), m_bytes(bytesPerRow() * static_cast<size_t>(height)) {}
 
     int m_width;
     int m_height;
-    std::vector<uint8_t> m_bytes;
+    std::vector<uint8_t, UnclearedAllocator<uint8_t>> m_bytes;
 };
 
 // A bitmap holding a copy of the image, to be changed and handed on as an

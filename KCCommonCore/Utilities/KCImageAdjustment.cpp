@@ -1,7 +1,11 @@
 #include "KCImageAdjustment.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <system_error>
+#include <thread>
+#include <vector>
 
 // The vector helpers below are always inlined, so no call ever passes a wide
 // vector across the ABI that GCC warns about.
@@ -91,13 +95,14 @@ KC_LANE_HELPER Ints storedBytes(Floats component)
     return __builtin_convertvector(pick(inRange, scaled, splat(0.0f)), Ints) & 0xFF;
 }
 
-// kLanes pixels, in place. The colour bytes are read as stored: premultiplied
-// colours are deliberately not divided by their alpha first.
+// kLanes pixels from `source` to `target` (which may be the same). The colour
+// bytes are read as stored: premultiplied colours are deliberately not
+// divided by their alpha first.
 template <bool Ordinary>
-KC_LANE_HELPER void adjustPixels(uint8_t* pixels, const HSLShift& shift)
+KC_LANE_HELPER void adjustPixels(const uint8_t* source, uint8_t* target, const HSLShift& shift)
 {
     Ints words;
-    std::memcpy(&words, pixels, sizeof words);
+    std::memcpy(&words, source, sizeof words);
     Floats red = byteFraction(words & 0xFF);
     Floats green = byteFraction((words >> 8) & 0xFF);
     Floats blue = byteFraction((words >> 16) & 0xFF);
@@ -150,33 +155,54 @@ KC_LANE_HELPER void adjustPixels(uint8_t* pixels, const HSLShift& shift)
     Floats b = pick(is2, t, pick(is3 | is4, value, pick(is5, q, p)));
 
     words = (words & static_cast<int32_t>(0xFF000000u)) | storedBytes<Ordinary>(r) | storedBytes<Ordinary>(g) << 8 | storedBytes<Ordinary>(b) << 16;
-    std::memcpy(pixels, &words, sizeof words);
+    std::memcpy(target, &words, sizeof words);
 }
 
 template <bool Ordinary>
-KC_LANE_HELPER void adjustAll(KCBitmap& bitmap, const HSLShift& shift)
+KC_LANE_HELPER void adjustAll(const uint8_t* source, uint8_t* target, size_t byteCount, const HSLShift& shift)
 {
     constexpr size_t stride = kLanes * 4;
-    uint8_t* pixel = bitmap.bytes();
-    uint8_t* end = pixel + bitmap.byteCount();
-    for (; end - pixel >= static_cast<ptrdiff_t>(stride); pixel += stride)
-        adjustPixels<Ordinary>(pixel, shift);
-    if (pixel != end) {
+    size_t whole = byteCount - byteCount % stride;
+    for (size_t at = 0; at < whole; at += stride)
+        adjustPixels<Ordinary>(source + at, target + at, shift);
+    if (whole != byteCount) {
         uint8_t rest[stride] = {};
-        std::memcpy(rest, pixel, static_cast<size_t>(end - pixel));
-        adjustPixels<Ordinary>(rest, shift);
-        std::memcpy(pixel, rest, static_cast<size_t>(end - pixel));
+        std::memcpy(rest, source + whole, byteCount - whole);
+        adjustPixels<Ordinary>(rest, rest, shift);
+        std::memcpy(target + whole, rest, byteCount - whole);
     }
 }
 
 // Ordinary parameters (at most a turn, at most 100 % either way) skip the
 // guards that only extreme ones need.
-KC_WIDE_VECTOR_CLONES void adjustBitmap(KCBitmap& bitmap, const HSLShift& shift)
+KC_WIDE_VECTOR_CLONES void adjustBytes(const uint8_t* source, uint8_t* target, size_t byteCount, const HSLShift& shift)
 {
     if (shift.hue >= 0 && shift.hue <= 1 && shift.saturation >= -1 && shift.saturation <= 1 && shift.lightness >= -1 && shift.lightness <= 1)
-        adjustAll<true>(bitmap, shift);
+        adjustAll<true>(source, target, byteCount, shift);
     else
-        adjustAll<false>(bitmap, shift);
+        adjustAll<false>(source, target, byteCount, shift);
+}
+
+// Pixels are independent: a large image is cut into one band of whole
+// vectors per processor, each read, adjusted and written by a thread of its
+// own (the new image's memory is first touched there too).
+void adjust(const KCBitmap& image, KCBitmap& adjusted, const HSLShift& shift)
+{
+    constexpr size_t kBandUnit = kLanes * 4;
+    constexpr size_t kSmallestBand = size_t(1) << 20;  // bytes; below it a thread costs more than it saves
+    const size_t byteCount = image.byteCount();
+    size_t bands = std::clamp<size_t>(byteCount / kSmallestBand, 1, std::max(1u, std::thread::hardware_concurrency()));
+    size_t bandBytes = (byteCount / bands + kBandUnit - 1) / kBandUnit * kBandUnit;
+    std::vector<std::jthread> helpers;
+    for (size_t from = bandBytes; from < byteCount; from += bandBytes) {
+        size_t count = std::min(bandBytes, byteCount - from);
+        try {
+            helpers.emplace_back(adjustBytes, image.bytes() + from, adjusted.bytes() + from, count, std::cref(shift));
+        } catch (const std::system_error&) {
+            adjustBytes(image.bytes() + from, adjusted.bytes() + from, count, shift);  // no thread to be had: this one does the band
+        }
+    }
+    adjustBytes(image.bytes(), adjusted.bytes(), std::min(bandBytes, byteCount), shift);
 }
 
 } // namespace
@@ -188,9 +214,11 @@ KCBitmapRef ImageCreateFromImageAdjustingHSL(const KCBitmapRef& image, float hue
         shift.hue += 1;
     if ((shift.hue == 0 || shift.hue == 1) && shift.saturation == 0 && shift.lightness == 0)
         return image;
-    std::unique_ptr<KCBitmap> bitmap = BitmapContextCreateWithImage(image.get());
-    if (!bitmap)
+    if (!image)
         return nullptr;
-    adjustBitmap(*bitmap, shift);
-    return bitmap;
+    std::unique_ptr<KCBitmap> adjusted = KCBitmap::createWithoutClearing(image->width(), image->height());
+    if (!adjusted)
+        return nullptr;
+    adjust(*image, *adjusted, shift);
+    return adjusted;
 }

@@ -57,6 +57,21 @@ TEST(KCImageAdjustment, ShiftsHueSaturationAndLightnessOfStoredBytes)
         EXPECT_EQ(adjusted(c.pixel, c.hue, c.saturation, c.lightness), c.expected) << "case " << &c - cases;
 }
 
+// A large image is adjusted in bands on several threads: every pixel, the
+// last odd ones included, comes out as it does in an image of its own.
+TEST(KCImageAdjustment, BandsOfALargeImageMeetWithoutSeams)
+{
+    const int width = 1021, height = 1031;
+    auto bitmap = KCBitmap::create(width, height);
+    for (size_t at = 0; at < bitmap->byteCount(); ++at)
+        bitmap->bytes()[at] = static_cast<uint8_t>(at % 4 == 3 ? 255 : (at * 2654435761u) >> 24);
+    KCBitmapRef image(std::move(bitmap));
+    KCBitmapRef whole = ImageCreateFromImageAdjustingHSL(image, 75, 30, -20);
+    for (int y : {0, height / 2 - 1, height / 2, height / 2 + 1, height - 1})
+        for (int x = 0; x < width; ++x)
+            ASSERT_EQ(pixelAt(*whole, x, y), adjusted(pixelAt(*image, x, y), 75, 30, -20)) << x << "," << y;
+}
+
 TEST(KCImageAdjustment, NegativeHueIsTheSameTurnAndUnchangedParametersAnswerTheSameImage)
 {
     std::vector<Pixel> pixels;
