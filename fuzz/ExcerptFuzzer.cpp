@@ -7,14 +7,13 @@
 // at the first zero byte. Text bytes below 0x80 pick a unit from a small set
 // of interesting ones; a byte from 0x80 up and the next one form a raw unit.
 #include "TNAnnotation/TNAnnotation.h"
-#include "TNAnnotation/TNAnnotationStoreDataSource.h"
-#include "Utilities/KCLogger.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
 #include <string_view>
 
+#include "PMFuzzAnnotationStore.h"
 #include "PMFuzzText.h"
 
 namespace {
@@ -37,14 +36,6 @@ void checkInside(const KCStyledString& styled)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const bool quiet = (KCLogger::sharedLogger()->setFilter(std::string("\x01")), true);
-    (void)quiet;
-    static TNAnnotationStoreDataSource* const source = [] {
-        auto* store = new TNAnnotationStoreDataSource(*KCURL::fileURLWithPath("/nonexistent/Annotations.sqlite"));
-        store->loadManagedObjectModel();
-        store->loadPersistentStoreCoordinator();
-        return store;
-    }();
     if (size < 5)
         return 0;
     uint8_t flags = data[0];
@@ -57,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (flags & 2)
         selection = sentence.substr(std::min<size_t>(range.location, sentence.size()), range.length);
 
-    auto context = source->newManagedObjectContext();
+    auto context = PMFuzzAnnotationContext();
     auto annotation = TNAnnotation::insertAnnotationWithAssetID(u"BOOK", std::nullopt, std::nullopt, context.get());
     if (!annotation)
         std::abort();

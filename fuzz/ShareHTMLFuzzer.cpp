@@ -10,13 +10,12 @@
 // pick a unit from a small set of interesting ones; a byte from 0x80 up and
 // the next one form a raw unit.
 #include "Annotations/TNAnnotationGroupHTMLGenerator.h"
-#include "TNAnnotation/TNAnnotationStoreDataSource.h"
-#include "Utilities/KCLogger.h"
 
 #include <cstdlib>
 #include <string_view>
 #include <vector>
 
+#include "PMFuzzAnnotationStore.h"
 #include "PMFuzzText.h"
 
 namespace {
@@ -44,20 +43,12 @@ void check(const std::optional<std::u16string>& document)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const bool quiet = (KCLogger::sharedLogger()->setFilter(std::string("\x01")), true);
-    (void)quiet;
-    static TNAnnotationStoreDataSource* const source = [] {
-        auto* store = new TNAnnotationStoreDataSource(*KCURL::fileURLWithPath("/nonexistent/Annotations.sqlite"));
-        store->loadManagedObjectModel();
-        store->loadPersistentStoreCoordinator();
-        return store;
-    }();
     if (size < 3)
         return 0;
     const uint8_t flags = data[0];
     auto fields = texts(std::string_view(reinterpret_cast<const char*>(data + 3), size - 3), 5);
 
-    auto context = source->newManagedObjectContext();
+    auto context = PMFuzzAnnotationContext();
     auto annotation = TNAnnotation::insertAnnotationWithAssetID(u"BOOK", std::nullopt, std::nullopt, context.get());
     if (!annotation)
         std::abort();
