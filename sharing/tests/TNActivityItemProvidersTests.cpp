@@ -110,6 +110,11 @@ TEST(TNAssetActivityItemProviders, BookTexts)
     EXPECT_EQ(utf8(text->itemForActivityType(nullptr, KCActivityTypeMessage)), lead + "\n“Tides.” by Ann Lee\nhttps://s.example/1");
     EXPECT_EQ(utf8(text->itemForActivityType(nullptr, KCActivityTypeMail)), "(null)");
     EXPECT_EQ(text->subject(), u"Check out “Tides.”");
+    for (auto [language, direction] : {std::pair {u"he", u"rtl"}, {u"ar-EG", u"rtl"}, {u"en", u"auto"}}) {
+        TNAssetHTMLGenerator generator;
+        TNAssetHTMLActivityItemProvider(source(with(kStoreBook, kTNAssetActivityItemProviderPropertyLanguage, language))).populateHTMLGenerator(generator);
+        EXPECT_EQ(generator.readingDirection(), direction);
+    }
 
     // A book not from the store offers nothing but a PDF attachment by mail.
     auto own = source(with(kOwnBook, kTNAssetActivityItemProviderPropertyBookPath, u"/books/Tides.PDF"));
