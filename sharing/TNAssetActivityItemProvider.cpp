@@ -109,9 +109,9 @@ KCValue TNAssetActivityItemProvider::pasteboardPropertyListForType(std::u16strin
 KCActivityItems TNAssetActivityItemsForShare(TNAssetActivityItemPropertySource propertySource, TNAnnotation::Annotations annotations,
     int32_t shareType, bool citationsAllowed, const TNAnnotationPaginationDataSource* paginationDataSource)
 {
-    auto provider = std::make_shared<TNAssetActivityItemProvider>(std::move(propertySource));
-    if (shareType != TNAssetActivityItemProvider::ShareTypeBook)
-        provider = std::make_shared<TNAssetActivityItemProvider>(std::move(annotations), provider->propertySource());
+    auto provider = shareType == TNAssetActivityItemProvider::ShareTypeBook
+        ? std::make_shared<TNAssetActivityItemProvider>(std::move(propertySource))
+        : std::make_shared<TNAssetActivityItemProvider>(std::move(annotations), std::move(propertySource));
     provider->setShareType(shareType);
     provider->setCitationsAllowed(citationsAllowed);
     provider->setPaginationDataSource(paginationDataSource);
