@@ -4,6 +4,7 @@
 
 #include "Sharing/Annotations/TNAnnotationGroupHTMLGenerator.h"
 #include "Sharing/Annotations/TNAnnotationGroupRTFGenerator.h"
+#include "Sharing/TNAssetCitation.h"
 #include "Utilities/KCStringAdditions.h"
 #include "Utilities/KCStringConversion.h"
 #include "Utilities/KCWordServices.h"
@@ -49,17 +50,18 @@ std::u16string TNAnnotationTwitterWeiboActivityItemProvider::citation()
 std::u16string TNAnnotationTwitterWeiboActivityItemProvider::citationWithPropertySource(const TNAssetActivityItemPropertySource& propertySource,
     std::u16string_view activityType, const std::optional<std::u16string>&, KCRange)
 {
-    auto piece = [&](const char16_t* key) {
+    // The author loses blanks and line breaks at its ends, the title only blanks.
+    auto piece = [&](const char16_t* key, auto trim) {
         KCValue value = propertySource ? propertySource(activityType, key) : KCValue();
-        std::u16string text(KCTrimWhitespaceAndNewlines(value.string() ? *value.string() : u""));
+        std::u16string text(trim(value.string() ? *value.string() : u""));
         if (!text.empty() && text.back() != u'.')
             text += u'.';
         return text;
     };
     std::u16string citation;
-    if (std::u16string author = piece(kTNAssetActivityItemProviderPropertyAuthor); !author.empty())
+    if (std::u16string author = piece(kTNAssetActivityItemProviderPropertyAuthor, KCTrimWhitespaceAndNewlines); !author.empty())
         citation += author + u" ";
-    if (std::u16string title = piece(kTNAssetActivityItemProviderPropertyTitle); !title.empty())
+    if (std::u16string title = piece(kTNAssetActivityItemProviderPropertyTitle, TNTrimmedOfBlanks); !title.empty())
         citation += stringByEnclosingInQuotes(title) + u" ";
     return citation;
 }
