@@ -10,6 +10,7 @@
 
 #include <glib.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -259,6 +260,10 @@ TEST_F(TNActivityItemProvidersTest, WebArchiveOfTheMailBody)
 {
     auto mail = TNMakeAnnotationProvider<TNAnnotationHTMLActivityItemProvider>({insertAnnotation(u"Tides turn.", std::nullopt)}, source(kStoreBook), &m_pages, true);
     mail->setActivityType(KCActivityTypeMail);
+    // A directory of this test's own, unless GLib has settled on one already.
+    char directory[] = "/tmp/pm-webarchive-XXXXXX";
+    ASSERT_TRUE(mkdtemp(directory));
+    g_setenv("TMPDIR", directory, true);
     EXPECT_EQ(mail->writableTypesForPasteboard(), std::vector<std::u16string> {kKCUTITypeFileURL});
     KCValue path = mail->pasteboardPropertyListForType(kKCUTITypeFileURL);
     std::string file = std::string(g_get_tmp_dir()) + "/PagemoorEmail.webarchive";
@@ -286,4 +291,6 @@ TEST_F(TNActivityItemProvidersTest, WebArchiveOfTheMailBody)
                             "sys.exit(0 if r['WebResourceMIMEType']=='text/html' and r['WebResourceData'].startswith(b'<') else 1)\" '" + file + "'";
         EXPECT_EQ(std::system(check.c_str()), 0);
     }
+    std::remove(file.c_str());
+    std::remove(directory);
 }
