@@ -1,3 +1,4 @@
+#include "sharing/KCActivityController.h"
 #include "sharing/TNAnnotationActivityItemProviders.h"
 #include "sharing/TNAssetActivityItemProvider.h"
 #include "sharing/TNAssetActivityItemProviders.h"
@@ -7,6 +8,7 @@
 #include "Utilities/KCKeyedArchivePlist.h"
 #include "Utilities/KCStringConversion.h"
 #include "Utilities/KCWordServices.h"
+#include "testing/PMRecordingSharingPlatform.h"
 
 #include <glib.h>
 
@@ -240,6 +242,30 @@ TEST_F(TNActivityItemProvidersTest, ExpansionByShareType)
     EXPECT_FALSE(group.pasteboardString());
     EXPECT_EQ(TNAssetActivityItemProvider(source(kStoreBook)).pasteboardString(),
         u"Check out this book on the Pagemoor Store:\n“Tides.” by Ann Lee\nhttps://s.example/1");
+}
+
+TEST(TNAssetActivityItemProviders, ABookSharedThroughTheController)
+{
+    PMRecordingSharingPlatform platform;
+    auto message = platform.addService(KCActivityTypeMessage);
+    auto twitter = platform.addService(KCActivityTypePostToTwitter);
+    platform.addService(KCActivityTypePrint);
+    KCActivityController controller(platform, TNAssetActivityItemsForShare(source(kStoreBook), {}, 2, false, nullptr), {});
+    std::vector<std::u16string> offered;
+    for (const auto& service : controller.sharingServices())
+        offered.push_back(*service->name());
+    EXPECT_EQ(offered, (std::vector<std::u16string> {KCActivityTypePostToTwitter, KCActivityTypeMessage}));
+
+    controller.performShareWithService(*message);
+    controller.performShareWithService(*twitter);
+    const std::u16string byline = u"Check out this book on the Pagemoor Store:\n“Tides.” by Ann Lee";
+    EXPECT_EQ(message->performedItems, (std::vector<PMShareItems> {{byline + u"\nhttps://s.example/1"}}));
+    // Block providers write to the pasteboard, so the service gets the provider itself.
+    ASSERT_EQ(twitter->performedItems.size(), 1u);
+    ASSERT_EQ(twitter->performedItems[0].size(), 1u);
+    auto post = twitter->performedItems[0][0].objectAs<PMPasteboardWriting>();
+    ASSERT_TRUE(post);
+    EXPECT_EQ(post->pasteboardPropertyListForType(kKCUTITypeText), KCValue(u"Check out this book on the Pagemoor Store: “Tides.” by Ann Lee https://s.example/1"));
 }
 
 TEST_F(TNActivityItemProvidersTest, GroupPrintNeverQuotesExcerpts)
