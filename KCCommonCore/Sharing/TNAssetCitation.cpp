@@ -14,17 +14,6 @@ bool isLineBreak(char32_t c)
     return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
-// Blanks at both ends, line breaks kept.
-std::u16string_view trimmedOfWhitespace(std::u16string_view text)
-{
-    auto blank = [](char16_t c) { return KCIsWhitespaceOrNewline(c) && !isLineBreak(c); };
-    while (!text.empty() && blank(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && blank(text.back()))
-        text.remove_suffix(1);
-    return text;
-}
-
 void dropFinalFullStop(std::u16string& text)
 {
     if (!text.empty() && text.back() == u'.')
@@ -54,6 +43,16 @@ std::u16string pageText(uint64_t page)
 
 } // namespace
 
+std::u16string_view TNTrimmedOfBlanks(std::u16string_view text)
+{
+    auto blank = [](char16_t c) { return KCIsWhitespaceOrNewline(c) && !isLineBreak(c); };
+    while (!text.empty() && blank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && blank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
 std::u16string TNAssetCitationPageRange(KCRange pageRange)
 {
     std::u16string first = pageText(pageRange.location);
@@ -73,7 +72,7 @@ std::u16string TNAssetCitation(const TNAssetCitationSource& book, const std::opt
     if (!book.author.empty())
         addPiece(citation, book.author);
     if (!book.title.empty()) {
-        std::u16string title(trimmedOfWhitespace(book.title));
+        std::u16string title(TNTrimmedOfBlanks(book.title));
         dropFinalFullStop(title);
         if (storeURL)
             title = u"<a href=\"" + *storeURL + u"\">" + title + u"</a>";

@@ -23,3 +23,6 @@ std::u16string TNAssetCitation(const TNAssetCitationSource& book, const std::opt
 // "123ll-8ll" for pages 123 to 128: the last page without the leading
 // characters it shares with the first; "123ll" for a range of length 0.
 std::u16string TNAssetCitationPageRange(KCRange pageRange);
+
+// Without blanks at both ends; line breaks are kept.
+std::u16string_view TNTrimmedOfBlanks(std::u16string_view text);
