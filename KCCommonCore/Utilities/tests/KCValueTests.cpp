@@ -23,7 +23,6 @@ TEST(KCValue, TypedAccessAnswersNothingForOtherKinds)
     auto marker = std::make_shared<Marker>();
     KCValue object(marker);
     EXPECT_EQ(object.objectAs<Marker>(), marker);
-    EXPECT_EQ(object.description(), "marker");
     EXPECT_EQ(KCValue(u"x").objectAs<Marker>(), nullptr);
 }
 
