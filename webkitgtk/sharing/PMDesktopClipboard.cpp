@@ -11,7 +11,7 @@ namespace {
 
 GdkClipboard* desktopClipboard()
 {
-    auto* display = gdk_display_get_default();
+    auto* display = gtk_init_check() ? gdk_display_get_default() : nullptr;
     return display ? gdk_display_get_clipboard(display) : nullptr;
 }
 

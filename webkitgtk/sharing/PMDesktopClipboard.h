@@ -1,6 +1,6 @@
 #pragma once
 // The desktop's clipboard: share content offered as UTF-8 text, HTML, RTF
-// and a URI list, as far as the content has them. GTK must be initialised.
+// and a URI list, as far as the content has them.
 // A clipboard lives as long as the program that offers it; a one-shot
 // command hands it to a background copy of itself that serves it until
 // another program takes the clipboard.

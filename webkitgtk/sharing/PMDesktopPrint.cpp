@@ -71,6 +71,11 @@ void print(PrintJob* job)
 
 void PMPrintHTML(const std::string& html, const std::optional<std::string>& pdfPath, PMDesktopShareFinish finish)
 {
+    if (!gtk_init_check()) {
+        KCLog("There is no display to print from");
+        finish(printError("There is no display to print from"));
+        return;
+    }
     auto* job = new PrintJob{nullptr, nullptr, pdfPath, std::move(finish)};
     job->window = gtk_window_new();
     job->webView = WEBKIT_WEB_VIEW(webkit_web_view_new());

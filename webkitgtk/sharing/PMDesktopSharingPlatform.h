@@ -1,8 +1,9 @@
 #pragma once
 // The desktop's sharing services: copy to the clipboard, e-mail, print and
 // the social networks' web share pages, each under its activity type's name.
-// Messages, contacts and the camera roll have no desktop service. GTK must be
-// initialised before a service performs.
+// Messages, contacts and the camera roll have no desktop service. Services
+// that need the display open it when they perform; those that finish later
+// (e-mail, print) report to their delegate from the main loop.
 #include "platform/PMSharingService.h"
 
 #include <optional>

@@ -4,6 +4,7 @@
 // program under Xvfb.
 #include "sharing/PMDesktopClipboard.h"
 #include "sharing/PMDesktopSharingPlatform.h"
+#include "sharing/PMSharingMenuModel.h"
 #include "sharing/PMWebSharePage.h"
 
 #include "Utilities/KCGLibPointer.h"
@@ -203,4 +204,30 @@ TEST(DesktopSharing, PrintsHTMLIntoAPDF)
     auto text = run("pdftotext " + pdf + " -");
     EXPECT_NE(text.find("Marmalade"), std::string::npos) << text;
     EXPECT_NE(text.find("Quixotic zebras"), std::string::npos) << text;
+}
+
+TEST(DesktopSharing, MenuItemsActivateTheirServicesByName)
+{
+    PMDesktopSharingPlatform platform;
+    PMMenu menu;
+    std::vector<std::string> performed;
+    for (auto* type : {KCActivityTypePrint, KCActivityTypeMail}) {
+        auto item = menu.addItemWithTitle(u"title", [&performed](PMMenuItem& sender) {
+            performed.push_back(std::dynamic_pointer_cast<PMSharingService>(sender.representedObject)->iconName());
+        }, u"");
+        item->representedObject = platform.sharingServiceNamed(type);
+    }
+    menu.addItemWithTitle(u"None", {}, u"")->enabled = false;
+    auto model = PMSharingMenuModelFromMenu(menu);
+    ASSERT_EQ(g_menu_model_get_n_items(G_MENU_MODEL(model.menu)), 3);
+    char* action = nullptr;
+    g_menu_model_get_item_attribute(G_MENU_MODEL(model.menu), 1, G_MENU_ATTRIBUTE_ACTION, "s", &action);
+    EXPECT_STREQ(action, "share.com.orchid.share.Mail.compose");
+    g_free(action);
+    g_action_group_activate_action(G_ACTION_GROUP(model.actions), "com.orchid.share.Mail.compose", nullptr);
+    g_action_group_activate_action(G_ACTION_GROUP(model.actions), "KCActivityTypePrint", nullptr);
+    EXPECT_EQ(performed, (std::vector<std::string>{"mail-send", "document-print"}));
+    EXPECT_FALSE(g_action_group_get_action_enabled(G_ACTION_GROUP(model.actions), "item-2"));
+    g_object_unref(model.menu);
+    g_object_unref(model.actions);
 }
