@@ -76,6 +76,9 @@ public:
     virtual std::u16string title() const = 0;
     virtual PMSharingImageRef image() const = 0;
     virtual PMSharingImageRef alternateImage() const = 0;
+    // The icon theme's name for the service's icon ("mail-send"); empty when
+    // the service's image is all there is.
+    virtual std::string iconName() const { return {}; }
     // The subject line of a mail or a post.
     virtual std::optional<std::u16string> subject() const = 0;
     virtual void setSubject(std::optional<std::u16string> subject) = 0;
