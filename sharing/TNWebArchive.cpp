@@ -11,7 +11,9 @@ KCData TNWebArchiveData(std::string_view html, std::string_view URL)
 {
     KCPlistPointer mainResource(plist_new_dict());
     plist_dict_set_item(mainResource.get(), "WebResourceData", plist_new_data(html.data(), html.size()));
-    plist_dict_set_item(mainResource.get(), "WebResourceURL", plist_new_string(std::string(URL).c_str()));
+    // Property-list text is Unicode: what of a URL is not UTF-8 becomes U+FFFD.
+    KCGCharPointer text(g_utf8_make_valid(URL.data(), static_cast<gssize>(URL.size())));
+    plist_dict_set_item(mainResource.get(), "WebResourceURL", plist_new_string(text.get()));
     plist_dict_set_item(mainResource.get(), "WebResourceMIMEType", plist_new_string("text/html"));
     plist_dict_set_item(mainResource.get(), "WebResourceTextEncodingName", plist_new_string("utf-8"));
     plist_dict_set_item(mainResource.get(), "WebResourceFrameName", plist_new_string("main"));
