@@ -70,6 +70,11 @@ void performAndWait(PMSharingService& service, RecordingDelegate& delegate, cons
         g_main_context_iteration(nullptr, FALSE);
 }
 
+bool onPath(const char* program)
+{
+    return KCGCharPointer(g_find_program_in_path(program)) != nullptr;
+}
+
 bool haveDisplay()
 {
     return g_getenv("DISPLAY") && gtk_init_check();
@@ -165,7 +170,7 @@ TEST(DesktopSharing, CopyAndLeave)
 
 TEST(DesktopSharing, ClipboardIsServedAfterTheCopyingProcessLeaves)
 {
-    if (!haveDisplay() || !g_find_program_in_path("xclip"))
+    if (!haveDisplay() || !onPath("xclip"))
         GTEST_SKIP() << "needs a display and xclip";
     auto pidFile = temporaryDirectory() + "/server";
     g_setenv("PM_TEST_COPY_AND_LEAVE", pidFile.c_str(), TRUE);
@@ -197,7 +202,7 @@ TEST(DesktopSharing, ClipboardIsServedAfterTheCopyingProcessLeaves)
 
 TEST(DesktopSharing, PrintsHTMLIntoAPDF)
 {
-    if (!haveDisplay() || !g_find_program_in_path("pdftotext"))
+    if (!haveDisplay() || !onPath("pdftotext"))
         GTEST_SKIP() << "needs a display and pdftotext";
     auto pdf = temporaryDirectory() + "/printed.pdf";
     PMDesktopSharingPlatform platform;
