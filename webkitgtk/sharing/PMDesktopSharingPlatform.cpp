@@ -51,14 +51,14 @@ PMSharingServiceRef mailService(std::u16string_view name)
         });
 }
 
-PMSharingServiceRef printService(std::u16string_view name, const PMDesktopSharingPlatform& platform)
+PMSharingServiceRef printService(std::u16string_view name, std::shared_ptr<const std::optional<std::string>> printToFile)
 {
     return makeService(name, u"Print", "document-print", [](const PMShareItems& items) {
         auto content = PMShareContentFromItems(items);
         return !content.html.empty() || !content.text.empty();
-    }, [&platform](PMDesktopSharingService&, const PMShareItems& items, Finish finish) {
+    }, [printToFile](PMDesktopSharingService&, const PMShareItems& items, Finish finish) {
         auto content = PMShareContentFromItems(items);
-        PMPrintHTML(content.html.empty() ? escapedHTML(content.text) : content.html, platform.printToFile(), std::move(finish));
+        PMPrintHTML(content.html.empty() ? escapedHTML(content.text) : content.html, *printToFile, std::move(finish));
     });
 }
 
@@ -88,7 +88,7 @@ PMSharingServiceRef PMDesktopSharingPlatform::sharingServiceNamed(std::u16string
     if (name == KCActivityTypeMail)
         return mailService(name);
     if (name == KCActivityTypePrint)
-        return printService(name, *this);
+        return printService(name, m_printToFile);
     if (name == KCActivityTypePostToTwitter)
         return webShareService(name, u"Twitter", "web-browser");
     if (name == KCActivityTypePostToFacebook)

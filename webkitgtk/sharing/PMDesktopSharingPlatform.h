@@ -6,6 +6,7 @@
 // (e-mail, print) report to their delegate from the main loop.
 #include "platform/PMSharingService.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -20,10 +21,12 @@ public:
     bool hasClassNamed(std::u16string_view) const override { return false; }
 
     // Printing goes into this PDF file instead of through the print dialog.
-    const std::optional<std::string>& printToFile() const { return m_printToFile; }
-    void setPrintToFile(std::optional<std::string> path) { m_printToFile = std::move(path); }
+    // Services made earlier follow the change.
+    const std::optional<std::string>& printToFile() const { return *m_printToFile; }
+    void setPrintToFile(std::optional<std::string> path) { *m_printToFile = std::move(path); }
 
 private:
     std::shared_ptr<KCObject> m_mainWindow;
-    std::optional<std::string> m_printToFile;
+    // Shared with the print services, which may outlive the platform.
+    std::shared_ptr<std::optional<std::string>> m_printToFile = std::make_shared<std::optional<std::string>>();
 };

@@ -11,7 +11,10 @@
 #include "Utilities/KCStyledString.h"
 #include "sharing/KCActivityItemSource.h"
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <cstring>
 #include <csignal>
 #include <fstream>
 #include <gio/gio.h>
@@ -19,6 +22,8 @@
 #include <glib/gstdio.h>
 #include <gtk/gtk.h>
 #include <sstream>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -63,6 +68,11 @@ void performAndWait(PMSharingService& service, RecordingDelegate& delegate, cons
     auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     while (delegate.outcome.empty() && std::chrono::steady_clock::now() < deadline)
         g_main_context_iteration(nullptr, FALSE);
+}
+
+bool onPath(const char* program)
+{
+    return KCGCharPointer(g_find_program_in_path(program)) != nullptr;
 }
 
 bool haveDisplay()
@@ -160,7 +170,7 @@ TEST(DesktopSharing, CopyAndLeave)
 
 TEST(DesktopSharing, ClipboardIsServedAfterTheCopyingProcessLeaves)
 {
-    if (!haveDisplay() || !g_find_program_in_path("xclip"))
+    if (!haveDisplay() || !onPath("xclip"))
         GTEST_SKIP() << "needs a display and xclip";
     auto pidFile = temporaryDirectory() + "/server";
     g_setenv("PM_TEST_COPY_AND_LEAVE", pidFile.c_str(), TRUE);
@@ -192,7 +202,7 @@ TEST(DesktopSharing, ClipboardIsServedAfterTheCopyingProcessLeaves)
 
 TEST(DesktopSharing, PrintsHTMLIntoAPDF)
 {
-    if (!haveDisplay() || !g_find_program_in_path("pdftotext"))
+    if (!haveDisplay() || !onPath("pdftotext"))
         GTEST_SKIP() << "needs a display and pdftotext";
     auto pdf = temporaryDirectory() + "/printed.pdf";
     PMDesktopSharingPlatform platform;
@@ -230,4 +240,139 @@ TEST(DesktopSharing, MenuItemsActivateTheirServicesByName)
     EXPECT_FALSE(g_action_group_get_action_enabled(G_ACTION_GROUP(model.actions), "item-2"));
     g_object_unref(model.menu);
     g_object_unref(model.actions);
+}
+
+namespace {
+
+// The desktop's Email portal on a private session bus, served from a thread
+// of its own as a portal process would be: records what it was asked and
+// answers that the mail was composed.
+class FakeEmailPortal {
+public:
+    FakeEmailPortal()
+    {
+        const char* argv[] = {"dbus-daemon", "--session", "--nofork", "--print-address=1", nullptr};
+        int output = -1;
+        if (!g_spawn_async_with_pipes(nullptr, const_cast<char**>(argv), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr,
+                &m_daemon, nullptr, &output, nullptr, nullptr))
+            return;
+        char address[512] = {};
+        for (size_t length = 0; length + 1 < sizeof address && read(output, address + length, 1) == 1 && address[length] != '\n';)
+            ++length;
+        close(output);
+        address[strcspn(address, "\n")] = 0;
+        g_setenv("DBUS_SESSION_BUS_ADDRESS", address, TRUE);
+        // The process's own session connection must survive the bus going away.
+        if (auto* session = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)) {
+            g_dbus_connection_set_exit_on_close(session, FALSE);
+            g_object_unref(session);
+        }
+        m_context = g_main_context_new();
+        m_loop = g_main_loop_new(m_context, FALSE);
+        m_thread = std::thread([this, bus = std::string(address)] { serve(bus); });
+        while (!m_ready)
+            g_usleep(10000);
+    }
+    ~FakeEmailPortal()
+    {
+        if (m_thread.joinable()) {
+            g_main_loop_quit(m_loop);
+            g_main_context_wakeup(m_context);
+            m_thread.join();
+            g_main_loop_unref(m_loop);
+            g_main_context_unref(m_context);
+        }
+        if (m_daemon > 0)
+            kill(m_daemon, SIGTERM);
+    }
+    bool running() const { return m_running; }
+
+    std::string subject, body;
+    size_t attachmentCount = 0;
+
+private:
+    void serve(const std::string& address)
+    {
+        g_main_context_push_thread_default(m_context);
+        GDBusConnection* bus = g_dbus_connection_new_for_address_sync(address.c_str(),
+            GDBusConnectionFlags(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, nullptr);
+        if (bus) {
+            auto* node = g_dbus_node_info_new_for_xml(
+                "<node><interface name='org.freedesktop.portal.Email'>"
+                "<method name='ComposeEmail'><arg type='s' direction='in'/><arg type='a{sv}' direction='in'/>"
+                "<arg type='o' direction='out'/></method><property name='version' type='u' access='read'/>"
+                "</interface></node>", nullptr);
+            static const GDBusInterfaceVTable vtable = {
+                +[](GDBusConnection* bus, const char* sender, const char*, const char*, const char*, GVariant* parameters,
+                     GDBusMethodInvocation* invocation, gpointer self) {
+                    static_cast<FakeEmailPortal*>(self)->compose(bus, sender, parameters, invocation);
+                },
+                +[](GDBusConnection*, const char*, const char*, const char*, const char*, GError**, gpointer) {
+                    return g_variant_new_uint32(3);
+                },
+                nullptr, {}};
+            g_dbus_connection_register_object(bus, "/org/freedesktop/portal/desktop", node->interfaces[0], &vtable, this, nullptr, nullptr);
+            g_dbus_node_info_unref(node);
+            if (GVariant* reply = g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                    "RequestName", g_variant_new("(su)", "org.freedesktop.portal.Desktop", 0u), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr)) {
+                g_variant_unref(reply);
+                m_running = true;
+            }
+        }
+        m_ready = true;
+        if (m_running)
+            g_main_loop_run(m_loop);
+        if (bus) {
+            g_dbus_connection_close_sync(bus, nullptr, nullptr);
+            g_object_unref(bus);
+        }
+        g_main_context_pop_thread_default(m_context);
+    }
+
+    void compose(GDBusConnection* bus, const char* sender, GVariant* parameters, GDBusMethodInvocation* invocation)
+    {
+        GVariant* options = g_variant_get_child_value(parameters, 1);
+        const char *subjectText = "", *bodyText = "", *token = "";
+        g_variant_lookup(options, "subject", "&s", &subjectText);
+        g_variant_lookup(options, "body", "&s", &bodyText);
+        g_variant_lookup(options, "handle_token", "&s", &token);
+        subject = subjectText;
+        body = bodyText;
+        if (GVariant* fds = g_variant_lookup_value(options, "attachment_fds", G_VARIANT_TYPE("ah"))) {
+            attachmentCount = g_variant_n_children(fds);
+            g_variant_unref(fds);
+        }
+        std::string path = std::string("/org/freedesktop/portal/desktop/request/") + (sender + 1) + "/" + token;
+        std::replace(path.begin(), path.end(), '.', '_');
+        g_dbus_method_invocation_return_value(invocation, g_variant_new("(o)", path.c_str()));
+        g_dbus_connection_emit_signal(bus, sender, path.c_str(), "org.freedesktop.portal.Request", "Response",
+            g_variant_new("(u@a{sv})", 0u, g_variant_new_array(G_VARIANT_TYPE("{sv}"), nullptr, 0)), nullptr);
+        g_variant_unref(options);
+    }
+
+    GPid m_daemon = 0;
+    GMainContext* m_context = nullptr;
+    GMainLoop* m_loop = nullptr;
+    std::thread m_thread;
+    std::atomic<bool> m_ready = false;
+    bool m_running = false;
+};
+
+}
+
+TEST(DesktopSharing, MailGoesToTheDesktopPortalWhenOneRuns)
+{
+    FakeEmailPortal portal;
+    ASSERT_TRUE(portal.running());
+    auto attachment = temporaryDirectory() + "/The Book.pdf";
+    std::ofstream(attachment) << "%PDF-1.4";
+    PMDesktopSharingPlatform platform;
+    auto mail = platform.sharingServiceNamed(KCActivityTypeMail);
+    RecordingDelegate delegate;
+    performAndWait(*mail, delegate, {KCValue(u"Read this."), KCValue(*KCURL::fileURLWithPath(attachment))}, 5);
+    EXPECT_EQ(delegate.outcome, "did");
+    EXPECT_EQ(portal.subject, "A Subject");
+    EXPECT_EQ(portal.body, "Read this.");
+    EXPECT_EQ(portal.attachmentCount, 1u);
 }
