@@ -83,8 +83,13 @@ nlohmann::ordered_json jsonValue(const KCValue& value)
         return KCUTF8FromUTF16(*text);
     if (auto url = value.url())
         return url->absoluteString();
-    if (auto data = value.data())
+    if (auto data = value.data()) {
+        // Text written as data (plain text, RTF) reads better as text.
+        std::string_view bytes(reinterpret_cast<const char*>(data->data()), data->size());
+        if (g_utf8_validate(bytes.data(), static_cast<gssize>(bytes.size()), nullptr))
+            return std::string(bytes);
         return KCBase64Encoding(*data);
+    }
     if (auto array = value.array()) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const KCValue& element : *array)
@@ -255,9 +260,16 @@ int runShare(const std::vector<std::string>& args)
         for (const PMSharingServiceRef& service : controller.sharingServices())
             if (service->name() == type)
                 offered = service;
-        if (!offered)
+        if (offered)
+            controller.performShareWithService(*offered);
+        else if (PMSharingServiceRef clipboard = type == KCActivityTypeCopyToPasteboard ? platform->sharingServiceNamed(type) : nullptr) {
+            // A share whose destinations do not include copying (a group) still
+            // writes itself to the clipboard, as the reader's Copy does.
+            PMShareItems written(controller.activityItems().begin(), controller.activityItems().end());
+            clipboard->setDelegate(&controller);
+            clipboard->performWithItems(written);
+        } else
             return PMFail("this share is not offered to " + *to + " (see pagemoor share --list)");
-        controller.performShareWithService(*offered);
     }
     while (!succeeded)
         g_main_context_iteration(nullptr, TRUE);

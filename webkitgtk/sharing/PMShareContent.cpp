@@ -2,6 +2,7 @@
 
 #include "Utilities/KCRTFWriter.h"
 #include "Utilities/KCStringConversion.h"
+#include "Utilities/KCURL.h"
 
 const char* const PMDesktopSharingErrorDomain = "PMDesktopSharingErrorDomain";
 
@@ -52,7 +53,11 @@ void addPasteboardWriter(PMShareContent& content, PMPasteboardWriting& writer)
             setOnce(content.html, value);
         else if (type == u"public.rtf")
             setOnce(content.rtf, value);
-        else if (type == u"public.file-url" || type == u"public.url")
+        else if (type == u"public.file-url" && value.starts_with('/')) {
+            // File URLs are written to the pasteboard as paths.
+            if (auto url = KCURL::fileURLWithPath(value))
+                content.urls.push_back(url->absoluteString());
+        } else if (type == u"public.file-url" || type == u"public.url")
             content.urls.push_back(value);
     }
 }
