@@ -52,6 +52,15 @@ TEST_F(ShareCommand, ListsWhatEachShareOffersAndShowsWhatADestinationGets)
     PMProgramResult one = share("--store '" + m_store + "' --uuid " + m_noted + " --list");
     ASSERT_EQ(one.status, 0) << one.err;
     EXPECT_NE(one.out.find("KCActivityTypeCopyToPasteboard\t"), std::string::npos) << one.out;
+    // A store book's one-annotation share adds Facebook and ends its post with the store link.
+    PMProgramResult oneInStore = share("--store-id 42 --store '" + m_store + "' --uuid " + m_noted + " --list");
+    ASSERT_EQ(oneInStore.status, 0) << oneInStore.err;
+    EXPECT_EQ(oneInStore.out, "com.orchid.share.Facebook.post\tFacebook\n" + one.out);
+    PMProgramResult tweet = share("--store-id 42 --store '" + m_store + "' --uuid " + m_noted + " --to twitter --dry-run");
+    ASSERT_EQ(tweet.status, 0) << tweet.err;
+    std::string post = nlohmann::json::parse(tweet.out)["items"][0]["value"];
+    EXPECT_TRUE(post.starts_with("“The three bears came home to their porridge.” https://")) << post;
+    EXPECT_TRUE(post.ends_with("42")) << post;
 
     PMProgramResult copied = share("--store '" + m_store + "' --uuid " + m_noted + " --to copy --dry-run");
     ASSERT_EQ(copied.status, 0) << copied.err;
