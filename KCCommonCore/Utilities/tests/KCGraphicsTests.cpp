@@ -8,15 +8,6 @@
 
 namespace {
 
-TEST(KCColor, WhiteFillsEveryComponentAndEqualityIsExact)
-{
-    KCColor grey = KCColor::withWhite(0.25, 0.5);
-    EXPECT_EQ(grey, KCColor(0.25, 0.25, 0.25, 0.5, KCColorSpace::DeviceWhite));
-    EXPECT_NE(grey, KCColor::withWhite(0.25, 0.5, KCColorSpace::CalibratedWhite));
-    EXPECT_NE(grey, KCColor::withWhite(0.25 + 1e-12, 0.5));
-    EXPECT_NE(KCColor(0, 0, 0, 1), KCColor(0, 0, 0, 0.999));
-}
-
 TEST(KCColor, LighteningAndDarkeningMoveBrightnessAndSaturationOnly)
 {
     KCColor grey = KCColor::colorWithWhite(0.5, 0.4);
