@@ -1,7 +1,8 @@
 #include "Utilities/KCColor.h"
 #include "Utilities/KCImage.h"
+#include "Utilities/KCImageLoading.h"
+#include "Utilities/tests/KCTestFiles.h"
 
-#include <cairo.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -90,35 +91,21 @@ KCImage solidImage(int width, int height, uint32_t argb)
     return image;
 }
 
-struct PNGReader {
-    const KCData& data;
-    size_t offset = 0;
-    static cairo_status_t read(void* closure, unsigned char* out, unsigned int length)
-    {
-        auto* reader = static_cast<PNGReader*>(closure);
-        if (reader->data.size() - reader->offset < length)
-            return CAIRO_STATUS_READ_ERROR;
-        std::memcpy(out, reader->data.data() + reader->offset, length);
-        reader->offset += length;
-        return CAIRO_STATUS_SUCCESS;
-    }
-};
-
 TEST(KCImage, PNGDataDecodesToTheSamePixels)
 {
-    // Opaque, and half transparent (premultiplied) to check the rounding.
-    for (uint32_t argb : {0xFF336699u, 0x80204060u}) {
+    KCScratchDirectory scratch;
+    // Opaque, and half transparent (premultiplied) to check the rounding; a bitmap keeps R, G, B, A bytes.
+    for (auto [argb, rgba] : {std::pair {0xFF336699u, 0xFF996633u}, {0x80204060u, 0x80604020u}}) {
         auto png = solidImage(240, 300, argb).PNGData();
         ASSERT_TRUE(png);
-        PNGReader reader {*png};
-        cairo_surface_t* surface = cairo_image_surface_create_from_png_stream(PNGReader::read, &reader);
-        ASSERT_EQ(cairo_surface_status(surface), CAIRO_STATUS_SUCCESS);
-        EXPECT_EQ(cairo_image_surface_get_width(surface), 240);
-        EXPECT_EQ(cairo_image_surface_get_height(surface), 300);
+        KCWriteTestFile(scratch.file("solid.png"), std::string(png->begin(), png->end()));
+        KCBitmapRef read = ImageCreateWithURL(scratch.url("solid.png"));
+        ASSERT_TRUE(read);
+        EXPECT_EQ(read->width(), 240);
+        EXPECT_EQ(read->height(), 300);
         uint32_t pixel;
-        std::memcpy(&pixel, cairo_image_surface_get_data(surface) + 7 * cairo_image_surface_get_stride(surface) + 4 * 11, 4);
-        EXPECT_EQ(pixel, argb);
-        cairo_surface_destroy(surface);
+        std::memcpy(&pixel, read->bytes() + 7 * read->bytesPerRow() + 4 * 11, 4);
+        EXPECT_EQ(pixel, rgba);
     }
 }
 
