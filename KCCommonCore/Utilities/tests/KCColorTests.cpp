@@ -1,11 +1,6 @@
 #include "Utilities/KCColor.h"
-#include "Utilities/KCImage.h"
-#include "Utilities/KCImageLoading.h"
-#include "Utilities/tests/KCTestFiles.h"
 
 #include <gtest/gtest.h>
-
-#include <cstring>
 
 namespace {
 
@@ -78,55 +73,6 @@ TEST(KCColor, HueSaturationBrightnessRoundTripInEverySector)
     }
     EXPECT_EQ(KCColor::colorWithHue(1.0 / 3, 1, 1, 1), KCColor::colorWithRed(0, 1, 0, 1));
     EXPECT_EQ(KCColor::colorWithHue(1, 1, 1, 1), KCColor::colorWithHue(0, 1, 1, 1));
-}
-
-// Rows padded past their pixels, as the engine's snapshots come.
-KCImage solidImage(int width, int height, uint32_t argb)
-{
-    KCImage image {width, height, static_cast<size_t>(width) * 4 + 8, {}};
-    image.pixels.resize(image.bytesPerRow * static_cast<size_t>(height));
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            std::memcpy(&image.pixels[static_cast<size_t>(y) * image.bytesPerRow + static_cast<size_t>(x) * 4], &argb, 4);
-    return image;
-}
-
-TEST(KCImage, PNGDataDecodesToTheSamePixels)
-{
-    KCScratchDirectory scratch;
-    // Opaque, and half transparent (premultiplied) to check the rounding; a bitmap keeps R, G, B, A bytes.
-    for (auto [argb, rgba] : {std::pair {0xFF336699u, 0xFF996633u}, {0x80204060u, 0x80604020u}}) {
-        auto png = solidImage(240, 300, argb).PNGData();
-        ASSERT_TRUE(png);
-        KCWriteTestFile(scratch.file("solid.png"), std::string(png->begin(), png->end()));
-        KCBitmapRef read = ImageCreateWithURL(scratch.url("solid.png"));
-        ASSERT_TRUE(read);
-        EXPECT_EQ(read->width(), 240);
-        EXPECT_EQ(read->height(), 300);
-        uint32_t pixel;
-        std::memcpy(&pixel, read->bytes() + 7 * read->bytesPerRow() + 4 * 11, 4);
-        EXPECT_EQ(pixel, rgba);
-    }
-}
-
-TEST(KCImage, PNGDataHasNoHeightLimit)
-{
-    // Taller than cairo draws: the header says so.
-    auto png = solidImage(2, 40000, 0xFF000000).PNGData();
-    ASSERT_TRUE(png);
-    ASSERT_GT(png->size(), 24u);
-    EXPECT_EQ(((*png)[20] << 24) | ((*png)[21] << 16) | ((*png)[22] << 8) | (*png)[23], 40000);
-}
-
-TEST(KCImage, ImagesWhoseSizeAndPixelsDisagreeAreRefused)
-{
-    KCImage shortRows = solidImage(3, 2, 0);
-    shortRows.bytesPerRow = 8;
-    EXPECT_FALSE(shortRows.PNGData());
-    KCImage missingPixels = solidImage(3, 2, 0);
-    missingPixels.pixels.resize(10);
-    EXPECT_FALSE(missingPixels.PNGData());
-    EXPECT_FALSE(KCImage {}.PNGData());
 }
 
 } // namespace
