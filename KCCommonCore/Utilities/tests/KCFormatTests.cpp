@@ -17,7 +17,6 @@ TEST(KCFormat, SystemTexts)
     EXPECT_EQ(KCStringWithFormat("Error: Expected resources for pageRef: %p", reinterpret_cast<void*>(0x1234)),
         "Error: Expected resources for pageRef: 0x1234");
     EXPECT_EQ(KCStringWithFormat("%p", nullptr), "0x0");
-    EXPECT_EQ(KCStringWithFormat("%f", 1.0), "1.000000");
     EXPECT_EQ(KCStringWithFormat("%s %@", "func", std::string("msg")), "func msg");
 }
 

@@ -6,10 +6,6 @@
 
 namespace {
 
-struct Marker : KCObject {
-    std::string description() const override { return "marker"; }
-};
-
 TEST(KCValue, TypedAccessAnswersNothingForOtherKinds)
 {
     KCValue number(42);
@@ -19,11 +15,6 @@ TEST(KCValue, TypedAccessAnswersNothingForOtherKinds)
     EXPECT_FALSE(KCValue(u"42").int64Value());
     EXPECT_EQ(KCValue()["anything"].kind(), KCValue::Kind::Null);
     EXPECT_EQ(KCValue(std::shared_ptr<KCObject>()).kind(), KCValue::Kind::Null);
-
-    auto marker = std::make_shared<Marker>();
-    KCValue object(marker);
-    EXPECT_EQ(object.objectAs<Marker>(), marker);
-    EXPECT_EQ(KCValue(u"x").objectAs<Marker>(), nullptr);
 }
 
 TEST(KCValue, NumbersCompareByValueAcrossKinds)
