@@ -45,14 +45,6 @@ Types names(const PMSharingServices& services)
 
 }
 
-TEST(KCActivityController, TheNineTypesInOrder)
-{
-    EXPECT_EQ(KCActivityController::allActivityTypes(),
-        (Types {u"com.orchid.share.Facebook.post", u"com.orchid.share.Twitter.post", u"com.orchid.share.SinaWeibo.post",
-            u"com.orchid.share.Messages.compose", u"com.orchid.share.Mail.compose", u"KCActivityTypePrint",
-            u"KCActivityTypeCopyToPasteboard", u"KCActivityTypeAssignToContact", u"KCActivityTypeSaveToCameraRoll"}));
-}
-
 TEST(KCActivityController, ExpansionIsComputedOnceWithEachItemBeforeItsExpansion)
 {
     PMRecordingSharingPlatform platform;

@@ -6,8 +6,6 @@
 
 TEST(KCBlockActivityItemProvider, PlaceholdersByType)
 {
-    EXPECT_EQ(KCBlockActivityItemProvider(kKCUTITypeText, nullptr).activityViewControllerPlaceholderItem(nullptr),
-        KCValue(u"kPMBlockActivityItemProviderTextPlaceholder"));
     KCValue image = KCBlockActivityItemProvider(kKCUTITypeImage, nullptr).activityViewControllerPlaceholderItem(nullptr);
     ASSERT_TRUE(image.objectAs<PMSharingImage>());
     EXPECT_FALSE(image.objectAs<PMSharingImage>()->bitmap());

@@ -16,8 +16,7 @@ TEST(TNAssetCitation, PiecesInTheirOrderWithTheirOwnRules)
 
 TEST(TNAssetCitation, PageRangesKeepOnlyTheDifferingTail)
 {
-    EXPECT_EQ(TNAssetCitationPageRange({123, 5}), u"123ll-8ll");
-    EXPECT_EQ(TNAssetCitationPageRange({7, 0}), u"7ll");
-    EXPECT_EQ(TNAssetCitationPageRange({98, 3}), u"98ll-101ll");
-    EXPECT_EQ(TNAssetCitationPageRange({10, 10}), u"10ll-20ll");
+    const std::pair<KCRange, const char16_t*> cases[] = {{{123, 5}, u"123ll-8ll"}, {{7, 0}, u"7ll"}, {{98, 3}, u"98ll-101ll"}, {{10, 10}, u"10ll-20ll"}};
+    for (const auto& [range, text] : cases)
+        EXPECT_EQ(TNAssetCitationPageRange(range), text) << range.location;
 }

@@ -22,10 +22,8 @@ TEST(TNAnnotation, InsertionDefaultsAndPersistence)
         auto context = scratch.store->newManagedObjectContext();
         auto annotation = insert(*context);
         ASSERT_TRUE(annotation);
-        EXPECT_EQ(annotation->annotationType(), TNAnnotationTypeRange);
         EXPECT_EQ(annotation->annotationCreationDate(), annotation->annotationModificationDate());
         EXPECT_FALSE(annotation->userModificationDate());
-        EXPECT_EQ(annotation->annotationSelectedTextRange(), (KCRange {KCNotFound, 0}));
         uuid = *annotation->annotationUuid();
         EXPECT_EQ(uuid.size(), 36u);
         EXPECT_NE(uuid, *insert(*context)->annotationUuid());
@@ -36,7 +34,6 @@ TEST(TNAnnotation, InsertionDefaultsAndPersistence)
         annotation->setAnnotationSelectedTextRange({12, 34});
         annotation->setAttachments(KCValue(KCArray {KCValue(u"a.png")}));
         annotation->setPlUserData(KCValue(KCData {1, 2, 3}));
-        annotation->setChapterTitle(u"Chapter \u00c9");
         ASSERT_TRUE(scratch.store->saveManagedObjectContext(*context));
     }
     scratch.reopen();
@@ -51,7 +48,6 @@ TEST(TNAnnotation, InsertionDefaultsAndPersistence)
     EXPECT_EQ(annotation->annotationSelectedTextRange(), (KCRange {12, 34}));
     EXPECT_EQ(annotation->attachments(), KCValue(KCArray {KCValue(u"a.png")}));
     EXPECT_EQ(annotation->plUserData(), KCValue(KCData {1, 2, 3}));
-    EXPECT_EQ(annotation->chapterTitle(), u"Chapter \u00c9");
     EXPECT_EQ(annotation->annotationCreatorIdentifier(), u"tester");
 
     annotation->setAnnotationStyle(3);

@@ -32,11 +32,8 @@ TEST(KCBundle, ResourcesAreTheFilesOfTheResourceFolder)
     ASSERT_TRUE(table);
     EXPECT_EQ(*table, KCReadTestFile(PM_SOURCE_DIR "/KCCommonCore/Resources/Localizable.strings"));
     EXPECT_EQ(builtIn().resourceData("Localizable.strings", ""), table);
-
-    EXPECT_EQ(builtIn().resourceData("Localizable", "css"), std::nullopt);
-    EXPECT_EQ(builtIn().resourceData("NoSuchResource", "html"), std::nullopt);
-    EXPECT_EQ(builtIn().resourceData("CMakeLists", "txt"), std::nullopt);
-    EXPECT_EQ(builtIn().resourceData("", ""), std::nullopt);
+    for (const auto& [name, extension] : {std::pair {"Localizable", "css"}, {"CMakeLists", "txt"}, {"", ""}})
+        EXPECT_EQ(builtIn().resourceData(name, extension), std::nullopt) << name;
 }
 
 TEST(KCBundle, OverrideDirectoryWins)

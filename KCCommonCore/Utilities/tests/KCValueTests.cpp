@@ -6,10 +6,6 @@
 
 namespace {
 
-struct Marker : KCObject {
-    std::string description() const override { return "marker"; }
-};
-
 TEST(KCValue, TypedAccessAnswersNothingForOtherKinds)
 {
     KCValue number(42);
@@ -19,11 +15,6 @@ TEST(KCValue, TypedAccessAnswersNothingForOtherKinds)
     EXPECT_FALSE(KCValue(u"42").int64Value());
     EXPECT_EQ(KCValue()["anything"].kind(), KCValue::Kind::Null);
     EXPECT_EQ(KCValue(std::shared_ptr<KCObject>()).kind(), KCValue::Kind::Null);
-
-    auto marker = std::make_shared<Marker>();
-    KCValue object(marker);
-    EXPECT_EQ(object.objectAs<Marker>(), marker);
-    EXPECT_EQ(KCValue(u"x").objectAs<Marker>(), nullptr);
 }
 
 TEST(KCValue, NumbersCompareByValueAcrossKinds)
@@ -39,24 +30,13 @@ TEST(KCValue, NumbersCompareByValueAcrossKinds)
 
 TEST(KCDictionary, KeepsInsertionOrderAndReplacesInPlace)
 {
-    KCDictionary dictionary;
-    dictionary.set("b", 1);
-    dictionary.set("a", 2);
-    dictionary.set("c", 3);
+    KCDictionary dictionary {{"b", 1}, {"a", 2}, {"c", 3}};
     dictionary.set("b", 4);
-    std::vector<std::string> keys;
-    for (const auto& [key, value] : dictionary)
-        keys.push_back(key);
-    EXPECT_EQ(keys, (std::vector<std::string> {"b", "a", "c"}));
-    EXPECT_EQ(*dictionary.find("b"), KCValue(4));
-
+    EXPECT_EQ(KCValue(dictionary).description(), "{\n    b = 4;\n    a = 2;\n    c = 3;\n}");
     EXPECT_TRUE(dictionary.erase("b"));
     EXPECT_FALSE(dictionary.erase("b"));
-    EXPECT_EQ(dictionary.find("b"), nullptr);
-    EXPECT_EQ(*dictionary.find("c"), KCValue(3));
     dictionary.set("d", 5);
-    EXPECT_EQ(dictionary.begin()->first, "a");
-    EXPECT_EQ(*dictionary.find("d"), KCValue(5));
+    EXPECT_EQ(KCValue(dictionary).description(), "{\n    a = 2;\n    c = 3;\n    d = 5;\n}");
 }
 
 TEST(KCValue, DescriptionOfNestedContainers)
@@ -84,22 +64,10 @@ TEST(KCURL, ComponentsOfFileAndOtherURLs)
     auto file = KCURL::fileURLWithPath("/tmp/Book Dir/OEBPS/fonts/A.OTF");
     ASSERT_TRUE(file);
     EXPECT_EQ(file->absoluteString(), "file:///tmp/Book%20Dir/OEBPS/fonts/A.OTF");
-    EXPECT_TRUE(file->isFileURL());
     EXPECT_EQ(file->path(), "/tmp/Book Dir/OEBPS/fonts/A.OTF");
-    EXPECT_EQ(file->lastPathComponent(), "A.OTF");
-    EXPECT_EQ(file->pathExtension(), "OTF");
     EXPECT_FALSE(KCURL::fileURLWithPath("relative/path"));
-
-    auto web = KCURL::URLWithString("HTTPS://Example.com/a/b.html?x=1&y=%20");
-    ASSERT_TRUE(web);
-    EXPECT_EQ(web->scheme(), "https");
-    EXPECT_EQ(web->query(), "x=1&y=%20");
-    EXPECT_EQ(web->lastPathComponent(), "b.html");
-
-    auto urn = KCURL::URLWithString("urn:isbn:9780306406157");
-    ASSERT_TRUE(urn);
-    EXPECT_EQ(urn->scheme(), "urn");
-    EXPECT_EQ(urn->path(), "isbn:9780306406157");
+    EXPECT_EQ(KCURL::URLWithString("HTTPS://Example.com/a/b.html?x=1&y=%20")->query(), "x=1&y=%20");
+    EXPECT_EQ(KCURL::URLWithString("urn:isbn:9780306406157")->path(), "isbn:9780306406157");
     EXPECT_FALSE(KCURL::URLWithString("no scheme here"));
 
     // Relaxed parsing would end the host at ';' and leave a path that cannot
