@@ -4,6 +4,7 @@
 #include "sharing/TNAssetActivityItemProviders.h"
 #include "Annotations/tests/TNAnnotationShareTestSupport.h"
 #include "Sharing/TNAssetCitation.h"
+#include "Utilities/KCGLibPointer.h"
 #include "Utilities/KCKeyedArchivePlist.h"
 #include "Utilities/KCStringConversion.h"
 #include "Utilities/KCWordServices.h"
@@ -310,6 +311,12 @@ TEST_F(TNActivityItemProvidersTest, WebArchiveOfTheMailBody)
     uint64_t length = 0;
     const char* html = plist_get_data_ptr(KCPlistItemOfType(resource, "WebResourceData", PLIST_DATA), &length);
     EXPECT_EQ(std::string(html, length), utf8(mail->itemForActivityType(nullptr, KCActivityTypeMail)));
+
+    if (KCGCharPointer python(g_find_program_in_path("python3")); python) {
+        std::string check = "python3 -c \"import plistlib,sys; r=plistlib.load(open(sys.argv[1],'rb'))['WebMainResource']; "
+                            "sys.exit(0 if r['WebResourceMIMEType']=='text/html' and r['WebResourceData'].startswith(b'<') else 1)\" '" + file + "'";
+        EXPECT_EQ(std::system(check.c_str()), 0);
+    }
     std::remove(file.c_str());
     std::remove(directory);
 }
