@@ -5,12 +5,12 @@
 #include "e2e/PMSampleBook.h"
 #include "engine/PMEngineTasks.h"
 #include "PMTestPNG.h"
+#include "Utilities/tests/KCTestFiles.h"
 
 #include <gtest/gtest.h>
 #include <webkit/webkit.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace {
 
@@ -23,9 +23,6 @@ protected:
     {
         if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
             GTEST_SKIP() << "needs a display: run under xvfb-run -a";
-        char pattern[] = "/tmp/pagemoor-navigation-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_root = pattern;
         setenv("PAGEMOOR_CACHE_DIR", (m_root + "/cache").c_str(), 1);
         PMSampleBookOptions options;
         options.chapters = {{"One", "<p>First page, <a id=\"on\" href=\"chapter2.xhtml#end\">read on</a>.</p>"},
@@ -39,12 +36,6 @@ protected:
         ASSERT_TRUE(m_session) << error.message;
         ASSERT_TRUE(m_session->startEngine({600, 800}, &error)) << error.message;
         view().setMessageHandler([this](const std::string& name, const KCValue& body) { m_messages.push_back({name, body}); });
-    }
-    void TearDown() override
-    {
-        m_session.reset();
-        if (!m_root.empty())
-            std::filesystem::remove_all(m_root);
     }
 
     PMReaderWebView& view() { return *m_session->view; }
@@ -74,7 +65,8 @@ protected:
         view().clearFailure();
     }
 
-    std::string m_root;
+    KCScratchDirectory m_scratch;
+    std::string m_root = m_scratch.path();
     std::unique_ptr<PMEngineSession> m_session;
     std::vector<std::pair<std::string, KCValue>> m_messages;
 };
