@@ -35,30 +35,30 @@ protected:
     std::shared_ptr<PMJSCScriptContext> context;
 };
 
+// Declared sizes pin the root element; device sizes give the outer size.
 TEST_F(PMViewportAttributesTest, DeclaredSizesAreReadAndPinTheRootElement)
 {
-    auto attributes = attributesForContent(u"width=768, height=1024, initial-scale=1");
-    ASSERT_TRUE(attributes);
-    EXPECT_EQ(attributes->width(), 768.0);
-    EXPECT_EQ(attributes->height(), 1024.0);
-    EXPECT_EQ(attributes->viewportSizeForOuterSize({300, 400}), (KCSize {768, 1024}));
-    EXPECT_EQ(rootStyle(u"width"), u"768px");
-    EXPECT_EQ(rootStyle(u"height"), u"1024px");
-
-    attributes = attributesForContent(u"width = 12345, height=600.5");
-    ASSERT_TRUE(attributes);
-    EXPECT_EQ(attributes->width(), 10000.0);
-    EXPECT_EQ(attributes->height(), 600.5);
-}
-
-TEST_F(PMViewportAttributesTest, DeviceSizesGiveTheOuterSize)
-{
-    auto attributes = attributesForContent(u"width=device-width, height=device-height");
-    ASSERT_TRUE(attributes);
-    EXPECT_EQ(attributes->width(), kPMViewportAttributesDevice);
-    EXPECT_EQ(attributes->height(), kPMViewportAttributesDevice);
-    EXPECT_EQ(attributes->viewportSizeForOuterSize({300, 400}), (KCSize {300, 400}));
-    EXPECT_EQ(rootStyle(u"width"), u"NaNpx");
+    const struct {
+        const char16_t* content;
+        KCSize size;      // width and height as read
+        KCSize viewport;  // for an outer size of 300 x 400
+        const char16_t *width, *height;  // of the root element's style; not looked at when null
+    } cases[] = {
+        {u"width=768, height=1024, initial-scale=1", {768, 1024}, {768, 1024}, u"768px", u"1024px"},
+        {u"width = 12345, height=600.5", {10000, 600.5}, {10000, 600.5}, nullptr, nullptr},
+        {u"width=device-width, height=device-height", {kPMViewportAttributesDevice, kPMViewportAttributesDevice}, {300, 400}, u"NaNpx", u"NaNpx"},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(KCUTF8FromUTF16(test.content));
+        auto attributes = attributesForContent(test.content);
+        ASSERT_TRUE(attributes);
+        EXPECT_EQ((KCSize {attributes->width(), attributes->height()}), test.size);
+        EXPECT_EQ(attributes->viewportSizeForOuterSize({300, 400}), test.viewport);
+        if (test.width) {
+            EXPECT_EQ(rootStyle(u"width"), test.width);
+            EXPECT_EQ(rootStyle(u"height"), test.height);
+        }
+    }
 }
 
 TEST_F(PMViewportAttributesTest, ADeclarationTheScriptCannotReadBuildsNothing)
