@@ -1,5 +1,6 @@
 // The desktop's services against the real desktop: the clipboard read back by
-// another program, e-mail through a recording xdg-email, printing into a PDF.
+// another program, e-mail through a recording xdg-email or a fake portal;
+// printing into a PDF is app/e2e's, through pagemoor share.
 // The tests that need a display skip without one; scripts/test runs this
 // program under Xvfb.
 #include "sharing/PMDesktopClipboard.h"
@@ -10,18 +11,18 @@
 #include "Utilities/KCGLibPointer.h"
 #include "Utilities/KCStyledString.h"
 #include "sharing/KCActivityItemSource.h"
+#include "Utilities/tests/KCTestFiles.h"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
-#include <csignal>
 #include <fstream>
+#include <csignal>
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <glib/gstdio.h>
 #include <gtk/gtk.h>
-#include <sstream>
 #include <thread>
 #include <unistd.h>
 
@@ -37,19 +38,6 @@ public:
     std::u16string subject = u"A Subject";
     std::string outcome;
 };
-
-std::string temporaryDirectory()
-{
-    return KCGCharPointer(g_dir_make_tmp("pagemoor-sharing-test-XXXXXX", nullptr)).get();
-}
-
-std::string readFile(const std::string& path)
-{
-    std::ifstream file(path);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 // Runs a command line; answers its standard output.
 std::string run(const std::string& commandLine)
@@ -124,7 +112,8 @@ TEST(DesktopSharing, OffersNoServiceForMessagesContactsAndCameraRoll)
 // Without a portal on the session bus, the mail goes to xdg-email at once.
 TEST(DesktopSharing, MailGoesToXDGEmailWithSubjectBodyAndAttachments)
 {
-    auto directory = temporaryDirectory();
+    KCScratchDirectory scratch;
+    const std::string& directory = scratch.path();
     auto record = directory + "/arguments";
     auto script = directory + "/xdg-email";
     std::ofstream(script) << "#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\"; done > " << record << "\n";
@@ -142,13 +131,13 @@ TEST(DesktopSharing, MailGoesToXDGEmailWithSubjectBodyAndAttachments)
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(2));
     ASSERT_EQ(delegate.outcome, "did");
 
-    auto arguments = readFile(record);
+    auto arguments = KCReadTestFile(record);
     EXPECT_NE(arguments.find("--subject\nA Subject\n--body\nRead this.\n"), std::string::npos) << arguments;
     EXPECT_NE(arguments.find("--attach\n/tmp/The Book.pdf\n"), std::string::npos) << arguments;
     auto html = arguments.find("/Pagemoor.html\n");
     ASSERT_NE(html, std::string::npos) << arguments;
     auto htmlPath = arguments.substr(arguments.rfind('\n', html) + 1, html - arguments.rfind('\n', html) - 1 + 14);
-    EXPECT_EQ(readFile(htmlPath), "<html><body>The HTML body</body></html>");
+    EXPECT_EQ(KCReadTestFile(htmlPath), "<html><body>The HTML body</body></html>");
 }
 
 // Run by ClipboardIsServedAfterTheCopyingProcessLeaves as a program of its
@@ -172,12 +161,13 @@ TEST(DesktopSharing, ClipboardIsServedAfterTheCopyingProcessLeaves)
 {
     if (!haveDisplay() || !onPath("xclip"))
         GTEST_SKIP() << "needs a display and xclip";
-    auto pidFile = temporaryDirectory() + "/server";
+    KCScratchDirectory scratch;
+    auto pidFile = scratch.file("server");
     g_setenv("PM_TEST_COPY_AND_LEAVE", pidFile.c_str(), TRUE);
     auto self = KCGCharPointer(g_file_read_link("/proc/self/exe", nullptr));
     run(std::string(self.get()) + " --gtest_filter=DesktopSharing.CopyAndLeave");
     g_unsetenv("PM_TEST_COPY_AND_LEAVE");
-    pid_t server = std::atoi(readFile(pidFile).c_str());
+    pid_t server = std::atoi(KCReadTestFile(pidFile).c_str());
     ASSERT_GT(server, 0);
 
     EXPECT_EQ(run("xclip -selection clipboard -o -t text/plain;charset=utf-8"), "Plain words\nStyled words");
@@ -192,28 +182,12 @@ TEST(DesktopSharing, ClipboardIsServedAfterTheCopyingProcessLeaves)
     auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     bool gone = false;
     while (!gone && std::chrono::steady_clock::now() < deadline) {
-        auto state = readFile("/proc/" + std::to_string(server) + "/stat");
+        auto state = KCReadTestFile("/proc/" + std::to_string(server) + "/stat");
         gone = state.empty() || state.find(") Z") != std::string::npos;
         g_usleep(50000);
     }
     EXPECT_TRUE(gone);
     EXPECT_EQ(run("xclip -selection clipboard -o"), "taken\n");
-}
-
-TEST(DesktopSharing, PrintsHTMLIntoAPDF)
-{
-    if (!haveDisplay() || !onPath("pdftotext"))
-        GTEST_SKIP() << "needs a display and pdftotext";
-    auto pdf = temporaryDirectory() + "/printed.pdf";
-    PMDesktopSharingPlatform platform;
-    platform.setPrintToFile(pdf);
-    auto print = platform.sharingServiceNamed(KCActivityTypePrint);
-    RecordingDelegate delegate;
-    performAndWait(*print, delegate, {KCValue(u"<html><body><h1>Marmalade</h1><p>Quixotic zebras</p></body></html>")}, 60);
-    ASSERT_EQ(delegate.outcome, "did");
-    auto text = run("pdftotext " + pdf + " -");
-    EXPECT_NE(text.find("Marmalade"), std::string::npos) << text;
-    EXPECT_NE(text.find("Quixotic zebras"), std::string::npos) << text;
 }
 
 TEST(DesktopSharing, MenuItemsActivateTheirServicesByName)
@@ -365,7 +339,8 @@ TEST(DesktopSharing, MailGoesToTheDesktopPortalWhenOneRuns)
 {
     FakeEmailPortal portal;
     ASSERT_TRUE(portal.running());
-    auto attachment = temporaryDirectory() + "/The Book.pdf";
+    KCScratchDirectory scratch;
+    auto attachment = scratch.file("The Book.pdf");
     std::ofstream(attachment) << "%PDF-1.4";
     PMDesktopSharingPlatform platform;
     auto mail = platform.sharingServiceNamed(KCActivityTypeMail);
