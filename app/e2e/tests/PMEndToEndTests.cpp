@@ -145,8 +145,7 @@ TEST_P(FontObfuscation, ServesTheClearFontAndThePageUsesIt)
 {
     open(bookWith({{"Font", "<p>Heather and stone.</p>"}}, GetParam()));
     ASSERT_TRUE(run({{"task", 3}}, 0, "PMEpubWebProcessPlugInMessagePageTask"));
-    auto status = m_view->evaluateScript("document.fonts.ready.then(() => 0), Array.from(document.fonts).map(f => f.family + ':' + f.status).join(',')", 10);
-    // A second look once fonts have settled.
+    std::optional<std::string> status;
     m_view->runUntil([&] {
         status = m_view->evaluateScript("Array.from(document.fonts).map(f => f.family + ':' + f.status).join(',')", 5);
         return status && status->find("loading") == std::string::npos;
@@ -236,9 +235,7 @@ TEST_F(EndToEnd, PageTaskAndResourceBatches)
 {
     open(bookWith({{"One", "<p>First page.</p>"}, {"Two", "<p>Second page.</p>"}}));
     const std::string batch = "PMEpubWebProcessPlugInMessageResourceLoadTask";
-    auto page = run({{"task", 3}}, 1, "PMEpubWebProcessPlugInMessagePageTask");
-    ASSERT_TRUE(page);
-    EXPECT_EQ(page->find(kIndexKey)->uint64Value(), 1u);
+    ASSERT_TRUE(run({{"task", 3}}, 1, "PMEpubWebProcessPlugInMessagePageTask"));
     settle();
     ASSERT_EQ(count(batch), 1u);
 
