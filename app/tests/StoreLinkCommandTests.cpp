@@ -8,18 +8,10 @@ namespace {
 
 class StoreLinkCommandTest : public ::testing::Test {
 protected:
-    void SetUp() override
+    PMProgramResult run(const std::string& arguments)
     {
-        // The program inherits the test's environment.
-        setenv("PAGEMOOR_STORE_LOOKUP_URL", m_server.url("/lookup").c_str(), 1);
-        setenv("PAGEMOOR_STORE_SERVICE_URL", m_server.url("/service").c_str(), 1);
-        setenv("PAGEMOOR_STORE_HOST", "store.test", 1);
-    }
-    void TearDown() override
-    {
-        unsetenv("PAGEMOOR_STORE_LOOKUP_URL");
-        unsetenv("PAGEMOOR_STORE_SERVICE_URL");
-        unsetenv("PAGEMOOR_STORE_HOST");
+        return PMRunPagemoor(arguments, {.environment = "PAGEMOOR_STORE_LOOKUP_URL=" + m_server.url("/lookup")
+            + " PAGEMOOR_STORE_SERVICE_URL=" + m_server.url("/service") + " PAGEMOOR_STORE_HOST=store.test"});
     }
 
     PMTestHTTPServer m_server {[](const std::string& target) {
@@ -31,16 +23,16 @@ protected:
 
 TEST_F(StoreLinkCommandTest, AnswersWhatTheServiceKnows)
 {
-    PMProgramResult looked = PMRunPagemoor("store-link 1 --json");
+    PMProgramResult looked = run("store-link 1 --json");
     EXPECT_EQ(looked.status, 0) << looked.err;
     EXPECT_EQ(looked.out, "{\n  \"storeId\": \"1\",\n  \"url\": \"https://shop.test/book/1\"\n}\n");
 
-    PMProgramResult generated = PMRunPagemoor("store-link 2 --email-body --title 'Moby-Dick' --author 'Herman Melville'");
+    PMProgramResult generated = run("store-link 2 --email-body --title 'Moby-Dick' --author 'Herman Melville'");
     EXPECT_EQ(generated.status, 0) << generated.err;
     EXPECT_NE(generated.out.find("<a href=\"https://store.test/book/id2\">Moby-Dick</a>"), std::string::npos);
     EXPECT_NE(generated.out.find("by Herman Melville"), std::string::npos);
 
-    PMProgramResult unknown = PMRunPagemoor("store-link 2 --short");
+    PMProgramResult unknown = run("store-link 2 --short");
     EXPECT_NE(unknown.status, 0);
     EXPECT_NE(unknown.err.find("pagemoor: no short URL for store ID '2'"), std::string::npos) << unknown.err;
     EXPECT_EQ(unknown.out, "");
