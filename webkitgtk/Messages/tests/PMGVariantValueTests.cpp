@@ -43,15 +43,13 @@ TEST(PMGVariantValue, ForeignAndMissingValues)
 {
     EXPECT_TRUE(PMKCValueFromGVariant(nullptr).isNull());
     // What other senders may use: 32-bit numbers, maybes, unusual types.
-    GVariant* number = g_variant_ref_sink(g_variant_new_int32(-3));
-    EXPECT_EQ(PMKCValueFromGVariant(number), KCValue(-3));
-    g_variant_unref(number);
-    GVariant* nothing = g_variant_ref_sink(g_variant_new_maybe(G_VARIANT_TYPE_STRING, nullptr));
-    EXPECT_TRUE(PMKCValueFromGVariant(nothing).isNull());
-    g_variant_unref(nothing);
-    GVariant* handle = g_variant_ref_sink(g_variant_new_handle(3));
-    EXPECT_TRUE(PMKCValueFromGVariant(handle).isNull());
-    g_variant_unref(handle);
+    const std::pair<GVariant*, KCValue> foreign[] = {{g_variant_new_int32(-3), KCValue(-3)},
+        {g_variant_new_maybe(G_VARIANT_TYPE_STRING, nullptr), KCValue()}, {g_variant_new_handle(3), KCValue()}};
+    for (const auto& [variant, expected] : foreign) {
+        g_variant_ref_sink(variant);
+        EXPECT_EQ(PMKCValueFromGVariant(variant), expected) << g_variant_get_type_string(variant);
+        g_variant_unref(variant);
+    }
 }
 
 } // namespace
