@@ -104,11 +104,6 @@ protected:
         EXPECT_FALSE(replies.empty());
         return replies.empty() ? KCValue() : replies.back().body;
     }
-    void declareViewport(std::u16string_view content)
-    {
-        giveScriptContext(u"var document = { querySelectorAll: function() { return [{ getAttribute: function() { return '"
-            + std::u16string(content) + u"'; } }]; }, getElementsByTagName: function() { return [{ style: {} }]; } };");
-    }
 };
 
 TEST_F(PMSnapshotTest, TheImageCoversTheRequestedSize)

@@ -41,6 +41,14 @@ protected:
         frame()->setScriptContext(context);
         return context;
     }
+    // A page whose document declares a viewport of `content` and keeps its
+    // root element's style in `rootStyle`.
+    std::shared_ptr<PMJSCScriptContext> declareViewport(std::u16string_view content)
+    {
+        return giveScriptContext(u"var rootStyle = {}; var document = { querySelectorAll: function(selector) {"
+            u" return selector === 'meta[name=viewport]' ? [{ getAttribute: function(name) { return name === 'content' ? '" + std::u16string(content)
+            + u"' : null; } }] : []; }, getElementsByTagName: function(tag) { return tag === 'html' ? [{ style: rootStyle }] : []; } };");
+    }
 
     PMRecordingMessageConnection& connection() { return controller->recordingConnection(); }
     std::vector<PMRecordingMessageConnection::Message> sent(std::string_view name) { return connection().sentMessagesNamed(name); }

@@ -5,27 +5,11 @@
 
 namespace {
 
-// Just enough of a document for the viewport script: one viewport meta
-// element with the given content (none for null) and the root element's style.
-constexpr std::u16string_view kFakeDocumentScript = uR"(
-    var rootStyle = {};
-    function makeDocument(content) {
-        document = {
-            querySelectorAll: function(selector) {
-                if (selector !== 'meta[name=viewport]' || content === null)
-                    return [];
-                return [{ getAttribute: function(name) { return name === 'content' ? content : null; } }];
-            },
-            getElementsByTagName: function(tag) { return tag === 'html' ? [{ style: rootStyle }] : []; }
-        };
-    })";
-
 class PMViewportAttributesTest : public PMPlugInTest {
 protected:
     std::optional<PMViewportAttributes> attributesForContent(std::u16string_view content)
     {
-        context = giveScriptContext(kFakeDocumentScript);
-        context->evaluate(u"makeDocument('" + std::u16string(content) + u"')");
+        context = declareViewport(content);
         return PMViewportAttributes::viewportAttributesWithJavaScriptResult(executeJavaScriptInPage(PMViewportAttributes::javaScript(), *page()));
     }
     std::u16string rootStyle(std::u16string_view property)
