@@ -72,11 +72,12 @@ TEST_F(AnnotationsCommandTest, AddListChangeAndDelete)
 
 TEST_F(AnnotationsCommandTest, BadInputFailsClearly)
 {
-    EXPECT_NE(run("add --type 2").status, 0);  // no --asset
-    EXPECT_NE(run("add --asset a --type 9").status, 0);
-    EXPECT_NE(run("set --uuid no-such-uuid --field annotationNote --value x").status, 0);
-    EXPECT_NE(run("frob").status, 0);
-
+    for (const char* bad : {"add --type 2" /* no --asset */, "add --asset a --type 9", "set --uuid no-such-uuid --field annotationNote --value x", "frob",
+             "add --asset b --selected-range 3", "add --asset b --selected-range 3,x", "add --asset b --selected-range -1,2", "excerpt --uuid no-such-uuid"}) {
+        PMProgramResult failed = run(bad);
+        EXPECT_NE(failed.status, 0) << bad;
+        EXPECT_NE(failed.err, "") << bad;
+    }
     KCWriteTestFile(m_store, "this is not a store");
     PMProgramResult foreign = run("list --asset a");
     EXPECT_NE(foreign.status, 0);
@@ -138,12 +139,7 @@ TEST_F(AnnotationsCommandTest, ExcerptsOfStoredAnnotations)
     EXPECT_EQ(run("excerpt --uuid " + far).out,
         "context\t\u2026never mind how long\u2026\nexcerpt\tSome years ago, \u00ABnever mind how long\u00BB, I went to sea.\n");
 
-    for (const std::string& bad : {std::string("add --asset b --selected-range 3"), std::string("add --asset b --selected-range 3,x"),
-             std::string("add --asset b --selected-range -1,2"), std::string("excerpt --uuid no-such-uuid"), "excerpt --limit -1 --uuid " + far}) {
-        PMProgramResult failed = run(bad);
-        EXPECT_NE(failed.status, 0) << bad;
-        EXPECT_NE(failed.err, "") << bad;
-    }
+    EXPECT_NE(run("excerpt --limit -1 --uuid " + far).status, 0);
 }
 
 // Reproducible dates, read the same under any locale, and the asset ID of a real book.
