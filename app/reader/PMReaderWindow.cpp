@@ -273,25 +273,34 @@ void PMReaderWindow::zoom(double factor)
 void PMReaderWindow::showTarget(const std::string& target)
 {
     m_busy = true;
-    std::string script = PMReaderShowScript(target);
-    webkit_web_view_evaluate_javascript(m_session.view->webView(), script.c_str(), -1, nullptr, nullptr, nullptr,
+    // Fonts that are still coming would move the text after the page is chosen.
+    runInPage("await document.fonts.ready; return " + PMReaderShowScript(target) + ";", [this](const std::string& state) { settle(state); });
+}
+
+void PMReaderWindow::runInPage(const std::string& body, std::function<void(const std::string& result)> done)
+{
+    struct Call {
+        std::function<void(const std::string&)> done;
+        std::shared_ptr<bool> alive;
+    };
+    webkit_web_view_call_async_javascript_function(m_session.view->webView(), body.c_str(), -1, nullptr, nullptr, nullptr, nullptr,
         [](GObject* view, GAsyncResult* result, gpointer data) {
-            std::unique_ptr<std::pair<PMReaderWindow*, std::shared_ptr<bool>>> call(static_cast<std::pair<PMReaderWindow*, std::shared_ptr<bool>>*>(data));
+            std::unique_ptr<Call> call(static_cast<Call*>(data));
             GError* error = nullptr;
-            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(view), result, &error);
-            std::string state;
+            JSCValue* value = webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(view), result, &error);
+            std::string text;
             if (value) {
-                char* text = jsc_value_to_string(value);
-                state = text ? text : "";
-                g_free(text);
+                char* string = jsc_value_to_string(value);
+                text = string ? string : "";
+                g_free(string);
                 g_object_unref(value);
             } else {
                 KCLog("The reader's page script failed: %s", error ? error->message : "");
                 g_clear_error(&error);
             }
-            if (*call->second)
-                call->first->settle(state);
-        }, new std::pair<PMReaderWindow*, std::shared_ptr<bool>>(this, m_alive));
+            if (*call->alive)
+                call->done(text);
+        }, new Call {std::move(done), m_alive});
 }
 
 void PMReaderWindow::settle(const std::string& stateJSON)
@@ -359,7 +368,13 @@ void PMReaderWindow::loadChanged(WebKitWebView*, int event, gpointer data)
 
 bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)
 {
-    // The engine draws a turned page on a later frame: a few frames and a moment pass first.
+    // The engine draws a turned page on a later frame: the page's next two
+    // frames, then a few of the window's and a moment pass first.
+    auto pageDrawn = std::make_shared<bool>(false);
+    runInPage("await new Promise(function(done) { requestAnimationFrame(function() { requestAnimationFrame(done); }); }); return true;",
+        [pageDrawn](const std::string&) { *pageDrawn = true; });
+    if (!m_session.view->runUntil([&] { return *pageDrawn; }, kWaitSeconds))
+        return KCSetError(error, readerError(23, "the page was not drawn: " + m_session.view->failure().value_or("")));
     int frames = 0;
     guint tick = gtk_widget_add_tick_callback(m_window, [](GtkWidget*, GdkFrameClock*, gpointer data) -> gboolean {
         ++*static_cast<int*>(data);

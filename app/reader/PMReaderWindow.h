@@ -14,6 +14,7 @@
 #include "book/PMBookNavigation.h"
 #include "engine/PMEngineSession.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -63,6 +64,9 @@ private:
     void turn(int direction);
     void zoom(double factor);
     void showTarget(const std::string& target);
+    // Runs an async function body in the page; `done` gets its result as text
+    // (empty when it threw) unless the window is gone by then.
+    void runInPage(const std::string& body, std::function<void(const std::string& result)> done);
     void settle(const std::string& stateJSON);
     void updateStatus();
     bool waitUntilSettled(KCError* error);
