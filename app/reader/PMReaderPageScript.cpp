@@ -111,8 +111,10 @@ const char* const kReaderScript = R"JS(
         }
         return {node: node, offset: node.nodeType === 3 ? offset : 0};
     }
+    var shownPath = null;
     function state() {
-        return JSON.stringify({page: currentPage(), count: pageCount(), path: firstVisiblePath()});
+        shownPath = firstVisiblePath();
+        return JSON.stringify({page: currentPage(), count: pageCount(), path: shownPath, rightToLeft: rightToLeft()});
     }
     function show(target) {
         layOut();
@@ -128,6 +130,19 @@ const char* const kReaderScript = R"JS(
         return state();
     }
     window.PMReader = {show: show, state: state};
+    // A new width lays the chapter out again at the text that was shown, and
+    // tells the reader where the page stands now.
+    var resizing = 0;
+    window.addEventListener('resize', function() {
+        clearTimeout(resizing);
+        resizing = setTimeout(function() {
+            if (shownPath === null)
+                return;
+            var moved = show({path: shownPath});
+            if (window.webkit && window.webkit.messageHandlers && window.webkit.messageHandlers.pagemoorReader)
+                window.webkit.messageHandlers.pagemoorReader.postMessage(moved);
+        }, 100);
+    });
     // The page clean-up lays out columns of its own at its load stages.
     var cleanup = window.PMDOMCleanup;
     if (cleanup) {

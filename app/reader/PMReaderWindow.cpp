@@ -79,6 +79,7 @@ PMReaderWindow::~PMReaderWindow()
 {
     *m_alive = false;
     g_signal_handlers_disconnect_by_data(m_session.view->webView(), this);
+    g_signal_handlers_disconnect_by_data(webkit_web_view_get_user_content_manager(m_session.view->webView()), this);
     if (m_window)
         gtk_window_destroy(GTK_WINDOW(m_window));
 }
@@ -111,6 +112,16 @@ void PMReaderWindow::build(const KCSize& size)
 
     WebKitWebView* webView = m_session.view->webView();
     PMInstallReaderPageScript(webView);
+    WebKitUserContentManager* scripts = webkit_web_view_get_user_content_manager(webView);
+    webkit_user_content_manager_register_script_message_handler(scripts, PMReaderStateMessageHandler, nullptr);
+    g_signal_connect(scripts, (std::string("script-message-received::") + PMReaderStateMessageHandler).c_str(),
+        G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
+            auto* self = static_cast<PMReaderWindow*>(data);
+            char* text = jsc_value_to_string(value);
+            if (text && !self->m_busy)
+                self->settle(text);
+            g_free(text);
+        }), this);
     g_signal_connect(webView, "load-changed", G_CALLBACK(loadChanged), this);
     GtkWidget* page = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     GtkWidget* view = m_session.view->detachWidget();
@@ -124,7 +135,8 @@ void PMReaderWindow::build(const KCSize& size)
         auto* self = static_cast<PMReaderWindow*>(data);
         GtkWidget* widget = gtk_event_controller_get_widget(GTK_EVENT_CONTROLLER(gesture));
         const double width = gtk_widget_get_width(widget);
-        const int direction = x < width * kEdgeFraction ? -1 : x > width * (1 - kEdgeFraction) ? 1 : 0;
+        const int rightward = self->m_state.rightToLeft ? -1 : 1;
+        const int direction = x < width * kEdgeFraction ? -rightward : x > width * (1 - kEdgeFraction) ? rightward : 0;
         if (!direction) {
             gtk_gesture_set_state(GTK_GESTURE(gesture), GTK_EVENT_SEQUENCE_DENIED);
             return;
@@ -154,11 +166,17 @@ void PMReaderWindow::build(const KCSize& size)
         if (modifiers & (GDK_CONTROL_MASK | GDK_ALT_MASK))
             return FALSE;
         auto* self = static_cast<PMReaderWindow*>(data);
+        // Right-to-left pages go on to the left.
+        const int rightward = self->m_state.rightToLeft ? -1 : 1;
         switch (key) {
-        case GDK_KEY_Right: case GDK_KEY_Page_Down: case GDK_KEY_space: case GDK_KEY_KP_Page_Down:
+        case GDK_KEY_Right:
+        case GDK_KEY_Left:
+            self->turn(key == GDK_KEY_Right ? rightward : -rightward);
+            return TRUE;
+        case GDK_KEY_Page_Down: case GDK_KEY_space: case GDK_KEY_KP_Page_Down:
             self->turn(modifiers & GDK_SHIFT_MASK && key == GDK_KEY_space ? -1 : 1);
             return TRUE;
-        case GDK_KEY_Left: case GDK_KEY_Page_Up: case GDK_KEY_KP_Page_Up:
+        case GDK_KEY_Page_Up: case GDK_KEY_KP_Page_Up:
             self->turn(-1);
             return TRUE;
         default:
@@ -314,6 +332,7 @@ void PMReaderWindow::settle(const std::string& stateJSON)
     m_state.page = state.value("page", 0);
     m_state.count = std::max(1, state.value("count", 1));
     m_state.path = state.value("path", std::string());
+    m_state.rightToLeft = state.value("rightToLeft", false);
     m_stateKnown = true;
     updateStatus();
     if (!m_positions)

@@ -3,8 +3,10 @@
 // contents in a popover, the book in pages in the engine's web view, a
 // status line (the chapter's title, the page in the chapter, the place in
 // the book), font size larger and smaller. Pages turn with Left/Right,
-// Page Up/Down and space, and by clicking the page's left or right edge; a
-// turn past a chapter's end goes on in the next or previous spine item.
+// Page Up/Down and space, and by clicking the page's left or right edge
+// (the other way round on right-to-left pages); a turn past a chapter's end
+// goes on in the next or previous spine item. A new window size lays the
+// chapter out again at the text that was shown.
 // Every page that comes to stand is kept as the book's reading position.
 // The waiting calls (open, turnPages, writeScreenshot) let scripts drive it.
 // Errors: create answers nullptr and the waiting calls false, filling *error
@@ -53,6 +55,7 @@ private:
         int page = 0;
         int count = 1;
         std::string path;
+        bool rightToLeft = false;
     };
 
     PMReaderWindow(PMEngineSession& session, std::unique_ptr<PMReadingPositionStore> positions);
