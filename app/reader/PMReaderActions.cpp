@@ -26,7 +26,12 @@ std::optional<std::string> wholeNumberFromZero(const nlohmann::ordered_json& arg
 
 std::optional<std::string> pageCount(const nlohmann::ordered_json& argument)
 {
-    if (argument.is_number_integer() && std::abs(argument.get<int64_t>()) <= std::numeric_limits<int>::max())
+    constexpr int64_t most = std::numeric_limits<int>::max();
+    // JSON keeps numbers from 0 as unsigned ones.
+    const bool fits = argument.is_number_unsigned() ? argument.get<uint64_t>() <= static_cast<uint64_t>(most)
+        : argument.is_number_integer()              ? argument.get<int64_t>() >= -most && argument.get<int64_t>() <= most
+                                                    : false;
+    if (fits)
         return std::nullopt;
     return "needs a whole number of pages";
 }
