@@ -123,6 +123,7 @@ void PMReaderWindow::build(const KCSize& size)
             g_free(text);
         }), this);
     g_signal_connect(webView, "load-changed", G_CALLBACK(loadChanged), this);
+    g_signal_connect(webView, "load-failed", G_CALLBACK(loadFailed), this);
     GtkWidget* page = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     GtkWidget* view = m_session.view->detachWidget();
     gtk_widget_set_hexpand(view, TRUE);
@@ -253,7 +254,6 @@ bool PMReaderWindow::show(size_t spineIndex, const std::string& target, KCError*
     if (!uri)
         return false;
     m_busy = true;
-    m_state.spineIndex = spineIndex;
     m_loadedSpineIndex = spineIndex;
     m_pendingTarget = target;
     m_session.view->clearFailure();
@@ -267,7 +267,7 @@ void PMReaderWindow::turn(int direction)
         return;
     const int page = m_state.page + direction;
     if (page >= 0 && page < m_state.count) {
-        showTarget(pageTarget(page));
+        show(m_state.spineIndex, pageTarget(page), nullptr);
         return;
     }
     // Past the chapter's end: on in the next or previous document; the book's ends stay put.
@@ -329,6 +329,7 @@ void PMReaderWindow::settle(const std::string& stateJSON)
         KCLog("The page did not say where it stands: %@", stateJSON);
         return;
     }
+    m_state.spineIndex = m_loadedSpineIndex.value_or(m_state.spineIndex);
     m_state.page = state.value("page", 0);
     m_state.count = std::max(1, state.value("count", 1));
     m_state.path = state.value("path", std::string());
@@ -370,7 +371,7 @@ void PMReaderWindow::updateStatus()
 
 bool PMReaderWindow::waitUntilSettled(KCError* error)
 {
-    if (m_session.view->runUntil([this] { return !m_busy; }, kWaitSeconds) && m_stateKnown)
+    if (m_session.view->runUntil([this] { return !m_busy; }, kWaitSeconds) && m_stateKnown && !m_session.view->failure())
         return true;
     KCSetError(error, readerError(21, m_session.view->failure().value_or("the page did not come to stand")));
     return false;
@@ -383,6 +384,20 @@ void PMReaderWindow::loadChanged(WebKitWebView*, int event, gpointer data)
         return;
     std::string target = *std::exchange(self->m_pendingTarget, std::nullopt);
     self->showTarget(target);
+}
+
+gboolean PMReaderWindow::loadFailed(WebKitWebView*, int, const char*, GError*, gpointer data)
+{
+    // The view tells a failed load from one that a newer load replaced. The
+    // page that was shown stays the reader's place; a turn loads it again.
+    auto* self = static_cast<PMReaderWindow*>(data);
+    if (self->m_pendingTarget && self->m_session.view->failure()) {
+        KCLog("Cannot show the document: %@", *self->m_session.view->failure());
+        self->m_pendingTarget.reset();
+        self->m_loadedSpineIndex.reset();
+        self->m_busy = false;
+    }
+    return FALSE;
 }
 
 bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)

@@ -76,6 +76,7 @@ private:
     double bookFraction() const;
 
     static void loadChanged(struct _WebKitWebView* view, int event, gpointer self);
+    static gboolean loadFailed(struct _WebKitWebView* view, int event, const char* URI, GError* error, gpointer self);
 
     PMEngineSession& m_session;
     std::unique_ptr<PMReadingPositionStore> m_positions;
@@ -86,7 +87,7 @@ private:
     std::string m_status;
     PageState m_state;
     bool m_stateKnown = false;
-    std::optional<size_t> m_loadedSpineIndex;
+    std::optional<size_t> m_loadedSpineIndex;  // the document in the view
     std::optional<std::string> m_pendingTarget;  // shown once the document has loaded
     bool m_busy = false;
     bool m_closed = false;
