@@ -14,6 +14,6 @@
 using PMEngineArgumentCheck = std::function<std::optional<std::string>(const PMEngineSession&)>;
 
 // The session with its engine running, or nothing once the reason is printed
-// (*status is then the exit status).
+// (*status is then the exit status). Paginated pages are laid out in columns.
 std::unique_ptr<PMEngineSession> PMStartEngineSession(const std::string& epubPath, const KCSize& viewSize, bool verbose, int* status,
-    const PMEngineArgumentCheck& check = {});
+    const PMEngineArgumentCheck& check = {}, bool paginated = false);

@@ -32,10 +32,10 @@ std::unique_ptr<PMEngineSession> PMEngineSession::openBook(const std::string& ep
     return session;
 }
 
-bool PMEngineSession::startEngine(const KCSize& viewSize, KCError* error)
+bool PMEngineSession::startEngine(const KCSize& viewSize, KCError* error, bool paginated)
 {
     PMReaderConfiguration configuration;
-    configuration.book = {book->contentsPath(), book->resourceInformation(), false};
+    configuration.book = {book->contentsPath(), book->resourceInformation(), paginated};
     configuration.bookInfo = {{"title", KCValue::fromUTF8(book->package().title)},
         {"creator", KCValue::fromUTF8(book->package().creator)},
         {"language", KCValue::fromUTF8(book->package().language)}};

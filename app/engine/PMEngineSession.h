@@ -21,8 +21,9 @@ struct PMEngineSession {
     // the caller can check its arguments against the book first.
     static std::unique_ptr<PMEngineSession> openBook(const std::string& epubPath, KCError* error);
     // Starts the reader web view, and with it the engine, at the size; the
-    // view's window is never presented.
-    bool startEngine(const KCSize& viewSize, KCError* error);
+    // view's window is never presented. Paginated pages are laid out in
+    // columns of the view's width.
+    bool startEngine(const KCSize& viewSize, KCError* error, bool paginated = false);
     size_t documentCount() const { return documentPaths.size(); }
     // The spine document's path relative to the contents path.
     const std::string& href(size_t index) const { return book->package().spine[index].path; }

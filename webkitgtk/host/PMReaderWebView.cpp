@@ -60,7 +60,7 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
             receive(name, body);
     });
 
-    m_webView = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", m_context, nullptr));
+    m_webView = WEBKIT_WEB_VIEW(g_object_ref_sink(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", m_context, nullptr)));
     g_signal_connect(m_webView, "user-message-received", G_CALLBACK(userMessageReceived), this);
     PMInstallPageCleanup(m_webView, configuration.book.paginationMode);
     PMInstallLinkPolicy(m_webView, {[this, alive = m_alive] { return *alive ? m_documentURI : std::string(); },
@@ -112,6 +112,8 @@ PMReaderWebView::~PMReaderWebView()
         gtk_window_destroy(GTK_WINDOW(m_window));
         g_object_unref(m_window);
     }
+    if (m_webView)
+        g_object_unref(m_webView);
     if (m_context) {
         g_signal_handlers_disconnect_by_data(m_context, this);
         g_object_unref(m_context);
@@ -119,6 +121,12 @@ PMReaderWebView::~PMReaderWebView()
     // Let the engine finish tearing down before the loop stops turning.
     while (g_main_context_iteration(nullptr, FALSE)) {
     }
+}
+
+GtkWidget* PMReaderWebView::detachWidget()
+{
+    gtk_window_set_child(GTK_WINDOW(m_window), nullptr);
+    return GTK_WIDGET(m_webView);
 }
 
 void PMReaderWebView::initializeWebProcessExtensions(WebKitWebContext* context, gpointer data)

@@ -72,6 +72,9 @@ public:
     std::optional<std::string> evaluateScript(const std::string& script, double timeoutSeconds);
 
     WebKitWebView* webView() const { return m_webView; }
+    // Takes the web view out of the view's own window so that a reader
+    // window can show it; the view keeps its own reference all the same.
+    GtkWidget* detachWidget();
 
 private:
     PMReaderWebView() = default;

@@ -1,0 +1,115 @@
+// `pagemoor read` driven by scripted actions: the real window under Xvfb,
+// its pages, and the reading position it keeps.
+#include "PMProgramTest.h"
+#include "PMTestPNG.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <iostream>
+
+namespace {
+
+class ReadCommand : public PMProgramTest {
+protected:
+    PMProgramResult read(const std::string& book, const std::string& actions)
+    {
+        KCWriteTestFile(m_scratch.file("actions.json"), actions);
+        return PMRunPagemoor("read '" + book + "' --size 800x600 --store '" + m_store + "' --actions '" + m_scratch.file("actions.json") + "'");
+    }
+
+    // Milliseconds of a scripted run.
+    long timedRead(const std::string& book, const std::string& actions)
+    {
+        auto start = std::chrono::steady_clock::now();
+        PMProgramResult run = read(book, actions);
+        EXPECT_EQ(run.status, 0) << run.err;
+        return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count());
+    }
+
+    std::string m_book = std::string(PM_SOURCE_DIR) + "/app/e2e/books/childrens-literature.epub";
+    std::string m_store = m_scratch.file("data/pagemoor/Annotations.sqlite");
+};
+
+// Left to right and right to left: the pages of a right-to-left chapter lie leftwards.
+TEST_F(ReadCommand, DrawsTheTurnedPageAndOpensThereNextTime)
+{
+    const struct {
+        std::string book;
+        std::string asset;
+        std::string location;
+    } books[] {
+        {"childrens-literature", "http://www.gutenberg.org/ebooks/25545", "epubcfi(/6/6[s04]!/4/"},
+        {"regime-anticancer-arabic", "code.google.com.epub-samples.regime-anticancer-arabic", "epubcfi(/6/6[content]!/4/"},
+    };
+    for (const auto& book : books) {
+        SCOPED_TRACE(book.book);
+        std::string path = std::string(PM_SOURCE_DIR) + "/app/e2e/books/" + book.book + ".epub";
+        std::string turned = m_scratch.file(book.book + "-turned.png");
+        PMProgramResult first = read(path, R"([{"open": 2}, {"next": 2}, {"screenshot": ")" + turned + R"("}, {"quit": true}])");
+        ASSERT_EQ(first.status, 0) << first.err;
+        EXPECT_EQ(first.out, "");
+        auto page = PMTestPNGImageOfFile(turned);
+        ASSERT_TRUE(page);
+        // The window's own frame may take a few pixels of the surface.
+        EXPECT_NEAR(page->width, 800, 12);
+        EXPECT_NEAR(page->height, 600, 12);
+        EXPECT_GT(page->brightnessDeviation(page->height / 4, page->height * 3 / 4), 20) << "the page is blank";
+
+        PMProgramResult stored = PMRunPagemoor("annotations --store '" + m_store + "' list --asset " + book.asset);
+        ASSERT_EQ(stored.status, 0) << stored.err;
+        EXPECT_NE(stored.out.find("type 3\tstyle 0\tlocation " + book.location), std::string::npos) << stored.out;
+
+        std::string reopened = m_scratch.file(book.book + "-reopened.png");
+        auto start = std::chrono::steady_clock::now();
+        PMProgramResult second = read(path, R"([{"screenshot": ")" + reopened + R"("}])");
+        std::cout << "[ read ] reopened and drawn in "
+                  << std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count() << " ms\n";
+        ASSERT_EQ(second.status, 0) << second.err;
+        auto again = PMTestPNGImageOfFile(reopened);
+        ASSERT_TRUE(again);
+        ASSERT_EQ(again->width, page->width);
+        ASSERT_EQ(again->height, page->height);
+        // The same page, status line and all.
+        int differing = 0;
+        for (int y = 0; y < page->height; ++y) {
+            for (int x = 0; x < page->width; ++x)
+                differing += page->difference(*again, x, y) > 8;
+        }
+        EXPECT_EQ(differing, 0);
+    }
+}
+
+TEST_F(ReadCommand, RefusesActionsItCannotPlay)
+{
+    const struct {
+        std::string actions;
+        std::string error;
+    } cases[] {
+        {"{\"open\": 1}", "not a JSON list"},
+        {"[{\"open\": 0}, {\"jump\": 3}]", "action 2: there is no action \u201Cjump\u201D"},
+        {"[{\"find\": \"porridge\"}]", "action 1: \u201Cfind\u201D is not yet supported"},
+        {"[{\"open\": -1}]", "action 1: open needs a spine index"},
+        {"[{\"open\": 7}]", "action 1: there is no spine document 7"},
+    };
+    for (const auto& wrong : cases) {
+        PMProgramResult run = read(m_book, wrong.actions);
+        EXPECT_NE(run.status, 0) << wrong.actions;
+        EXPECT_NE(run.err.find(wrong.error), std::string::npos) << wrong.actions << ": " << run.err;
+    }
+}
+
+// Not a check: how long a large book takes to show its first page and to turn one.
+TEST_F(ReadCommand, TimesALargeBook)
+{
+    PMSampleBookOptions options;
+    options.chapters = PMGeneratedChapters(144, 30);
+    std::string book = write(options);
+    long opened = timedRead(book, R"([{"quit": true}])");
+    constexpr int kTurns = 40;
+    long turned = timedRead(book, R"([{"open": 0}, {"next": )" + std::to_string(kTurns) + "}]");
+    std::cout << "[ read ] 144 chapters: started and drew the first page in " << opened << " ms; a page turn takes about "
+              << (turned - opened) / kTurns << " ms\n";
+}
+
+} // namespace

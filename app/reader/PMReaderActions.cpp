@@ -1,0 +1,138 @@
+#include "PMReaderActions.h"
+
+#include "PMReaderWindow.h"
+
+#include <functional>
+#include <limits>
+
+namespace {
+
+enum class Outcome { Next, Stop, Failed };
+
+struct ActionKind {
+    const char* name;
+    // What is wrong with the argument, or nothing.
+    std::optional<std::string> (*check)(const nlohmann::ordered_json& argument);
+    // Null while the action is not yet supported.
+    std::function<Outcome(PMReaderWindow&, const nlohmann::ordered_json& argument, KCError*)> play;
+};
+
+std::optional<std::string> wholeNumberFromZero(const nlohmann::ordered_json& argument)
+{
+    if (argument.is_number_unsigned() || (argument.is_number_integer() && argument.get<int64_t>() >= 0))
+        return std::nullopt;
+    return "needs a spine index, a whole number from 0";
+}
+
+std::optional<std::string> pageCount(const nlohmann::ordered_json& argument)
+{
+    constexpr int64_t most = std::numeric_limits<int>::max();
+    // JSON keeps numbers from 0 as unsigned ones.
+    const bool fits = argument.is_number_unsigned() ? argument.get<uint64_t>() <= static_cast<uint64_t>(most)
+        : argument.is_number_integer()              ? argument.get<int64_t>() >= -most && argument.get<int64_t>() <= most
+                                                    : false;
+    if (fits)
+        return std::nullopt;
+    return "needs a whole number of pages";
+}
+
+std::optional<std::string> fileName(const nlohmann::ordered_json& argument)
+{
+    if (argument.is_string() && !argument.get<std::string>().empty())
+        return std::nullopt;
+    return "needs a file name";
+}
+
+std::optional<std::string> anything(const nlohmann::ordered_json&)
+{
+    return std::nullopt;
+}
+
+Outcome outcome(bool succeeded)
+{
+    return succeeded ? Outcome::Next : Outcome::Failed;
+}
+
+const std::vector<ActionKind>& actionKinds()
+{
+    static const std::vector<ActionKind> kinds {
+        {"open", wholeNumberFromZero, [](PMReaderWindow& window, const nlohmann::ordered_json& argument, KCError* error) {
+            return outcome(window.open({argument.get<size_t>(), {}}, error));
+        }},
+        {"next", pageCount, [](PMReaderWindow& window, const nlohmann::ordered_json& argument, KCError* error) {
+            return outcome(window.turnPages(argument.get<int>(), error));
+        }},
+        {"screenshot", fileName, [](PMReaderWindow& window, const nlohmann::ordered_json& argument, KCError* error) {
+            return outcome(window.writeScreenshot(argument.get<std::string>(), error));
+        }},
+        {"quit", anything, [](PMReaderWindow&, const nlohmann::ordered_json&, KCError*) { return Outcome::Stop; }},
+        {"find", anything, nullptr},
+        {"highlight", anything, nullptr},
+        {"night", anything, nullptr},
+    };
+    return kinds;
+}
+
+const ActionKind* kindNamed(const std::string& name)
+{
+    for (const auto& kind : actionKinds()) {
+        if (name == kind.name)
+            return &kind;
+    }
+    return nullptr;
+}
+
+bool fail(KCError* error, size_t index, const std::string& message)
+{
+    return KCSetError(error, {"PMReaderErrorDomain", 30, "action " + std::to_string(index + 1) + ": " + message});
+}
+
+} // namespace
+
+std::optional<std::vector<PMReaderAction>> PMParseReaderActions(std::string_view json, KCError* error)
+{
+    auto list = nlohmann::ordered_json::parse(json, nullptr, false);
+    if (list.is_discarded() || !list.is_array()) {
+        KCSetError(error, {"PMReaderErrorDomain", 31, "the actions are not a JSON list of objects"});
+        return std::nullopt;
+    }
+    std::vector<PMReaderAction> actions;
+    for (size_t index = 0; index < list.size(); ++index) {
+        const auto& object = list[index];
+        if (!object.is_object() || object.empty()) {
+            fail(error, index, "is not an object naming an action");
+            return std::nullopt;
+        }
+        const std::string name = object.begin().key();
+        const ActionKind* kind = kindNamed(name);
+        if (!kind) {
+            fail(error, index, "there is no action \u201C" + name + "\u201D");
+            return std::nullopt;
+        }
+        if (!kind->play) {
+            fail(error, index, "\u201C" + name + "\u201D is not yet supported");
+            return std::nullopt;
+        }
+        const nlohmann::ordered_json& argument = object.begin().value();
+        if (auto problem = kind->check(argument)) {
+            fail(error, index, name + " " + *problem);
+            return std::nullopt;
+        }
+        actions.push_back({name, argument});
+    }
+    return actions;
+}
+
+bool PMPlayReaderActions(PMReaderWindow& window, const std::vector<PMReaderAction>& actions, KCError* error)
+{
+    for (size_t index = 0; index < actions.size(); ++index) {
+        const ActionKind* kind = kindNamed(actions[index].name);
+        KCError reason;
+        Outcome played = kind && kind->play ? kind->play(window, actions[index].argument, &reason) : Outcome::Failed;
+        if (played == Outcome::Stop)
+            return true;
+        if (played == Outcome::Failed)
+            return fail(error, index, reason.message.empty() ? "cannot be played" : reason.message);
+    }
+    return true;
+}

@@ -1,0 +1,29 @@
+#pragma once
+// Scripted runs of the reader window: a JSON list of actions, each an object
+// named by its first member, played one after another:
+//   {"open": N}             the spine document N (from 0) at its first page
+//   {"next": K}             K pages on (back when negative)
+//   {"screenshot": "F.png"} the window as drawn, into a PNG file
+//   {"quit": true}          stops playing
+// "find", "highlight" and "night" are known but not yet supported.
+// Errors: parse answers nothing and fills *error (PMReaderErrorDomain) for
+// text that is not such a list, naming the action at fault; play answers
+// false with the failing action's reason.
+#include "Utilities/KCError.h"
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class PMReaderWindow;
+
+struct PMReaderAction {
+    std::string name;
+    nlohmann::ordered_json argument;
+};
+
+std::optional<std::vector<PMReaderAction>> PMParseReaderActions(std::string_view json, KCError* error);
+bool PMPlayReaderActions(PMReaderWindow& window, const std::vector<PMReaderAction>& actions, KCError* error);

@@ -1,0 +1,97 @@
+#pragma once
+// The reader window: a header bar with the book's title, the table of
+// contents in a popover, the book in pages in the engine's web view, a
+// status line (the chapter's title, the page in the chapter, the place in
+// the book), font size larger and smaller. Pages turn with Left/Right,
+// Page Up/Down and space, and by clicking the page's left or right edge
+// (the other way round on right-to-left pages); a turn past a chapter's end
+// goes on in the next or previous spine item. A new window size lays the
+// chapter out again at the text that was shown.
+// Every page that comes to stand is kept as the book's reading position.
+// The waiting calls (open, turnPages, writeScreenshot) let scripts drive it.
+// Errors: create answers nullptr and the waiting calls false, filling *error
+// (PMReaderErrorDomain, or the engine's) when a document cannot be shown,
+// the engine stops answering or a file cannot be written.
+#include "PMReaderPosition.h"
+#include "book/PMBookNavigation.h"
+#include "engine/PMEngineSession.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+typedef struct _GtkWidget GtkWidget;
+typedef struct _GtkLabel GtkLabel;
+
+class PMReaderWindow {
+public:
+    // `session`'s engine runs paginated; the window takes its view.
+    static std::unique_ptr<PMReaderWindow> create(PMEngineSession& session, std::unique_ptr<PMReadingPositionStore> positions,
+        const KCSize& size, KCError* error);
+    ~PMReaderWindow();
+    PMReaderWindow(const PMReaderWindow&) = delete;
+    PMReaderWindow& operator=(const PMReaderWindow&) = delete;
+
+    // Where the store left the reader, else the book's start.
+    PMReadingPosition storedPosition() const;
+    // Shows the position's page and waits until it stands.
+    bool open(const PMReadingPosition& position, KCError* error);
+    // Turns `count` pages (back when negative), one at a time; stops at the book's ends.
+    bool turnPages(int count, KCError* error);
+    // The window as drawn, at its size.
+    bool writeScreenshot(const std::string& path, KCError* error);
+    // Turns the main loop until the window is closed.
+    void runUntilClosed();
+
+    const std::string& statusText() const { return m_status; }
+    // Why the position could not be kept, when it could not.
+    const std::optional<KCError>& positionError() const { return m_positionError; }
+
+private:
+    struct PageState {
+        size_t spineIndex = 0;
+        int page = 0;
+        int count = 1;
+        std::string path;
+        bool rightToLeft = false;
+    };
+
+    PMReaderWindow(PMEngineSession& session, std::unique_ptr<PMReadingPositionStore> positions);
+    void build(const KCSize& size);
+    GtkWidget* buildTableOfContents();
+    // Shows a page of the spine document without waiting; `target` is the
+    // page script's JSON target.
+    bool show(size_t spineIndex, const std::string& target, KCError* error);
+    void turn(int direction);
+    void zoom(double factor);
+    void showTarget(const std::string& target);
+    // Runs an async function body in the page; `done` gets its result as text
+    // (empty when it threw) unless the window is gone by then.
+    void runInPage(const std::string& body, std::function<void(const std::string& result)> done);
+    void settle(const std::string& stateJSON);
+    void updateStatus();
+    bool waitUntilSettled(KCError* error);
+    double bookFraction() const;
+
+    static void loadChanged(struct _WebKitWebView* view, int event, gpointer self);
+    static gboolean loadFailed(struct _WebKitWebView* view, int event, const char* URI, GError* error, gpointer self);
+
+    PMEngineSession& m_session;
+    std::unique_ptr<PMReadingPositionStore> m_positions;
+    PMBookNavigation m_navigation;
+    std::vector<double> m_documentSizes;  // bytes of each spine document, for the place in the book
+    GtkWidget* m_window = nullptr;
+    GtkLabel* m_statusLabel = nullptr;
+    std::string m_status;
+    PageState m_state;
+    bool m_stateKnown = false;
+    std::optional<size_t> m_loadedSpineIndex;  // the document in the view
+    std::optional<std::string> m_pendingTarget;  // shown once the document has loaded
+    bool m_busy = false;
+    bool m_closed = false;
+    std::string m_savedCFI;
+    std::optional<KCError> m_positionError;
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+};

@@ -1,0 +1,30 @@
+// Any bytes as the reader's scripted actions: parsing never crashes, and
+// every action it keeps is one that can be played, with an argument of the
+// kind that action takes.
+#include "reader/PMReaderActions.h"
+
+#include <cstdlib>
+#include <limits>
+#include <string_view>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    KCError error;
+    auto actions = PMParseReaderActions(std::string_view(reinterpret_cast<const char*>(data), size), &error);
+    if (!actions) {
+        if (error.message.empty())
+            std::abort();
+        return 0;
+    }
+    for (const auto& action : *actions) {
+        const auto& argument = action.argument;
+        bool playable = action.name == "quit"
+            || (action.name == "open" && argument.is_number_unsigned())
+            || (action.name == "next" && argument.is_number_integer()
+                && std::abs(argument.get<double>()) <= std::numeric_limits<int>::max())
+            || (action.name == "screenshot" && argument.is_string() && !argument.get<std::string>().empty());
+        if (!playable)
+            std::abort();
+    }
+    return 0;
+}
