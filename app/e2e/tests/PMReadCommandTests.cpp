@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <iostream>
 
 namespace {
 
@@ -16,15 +14,6 @@ protected:
     {
         KCWriteTestFile(m_scratch.file("actions.json"), actions);
         return PMRunPagemoor("read '" + book + "' --size 800x600 --store '" + m_store + "' --actions '" + m_scratch.file("actions.json") + "'");
-    }
-
-    // Milliseconds of a scripted run.
-    long timedRead(const std::string& book, const std::string& actions)
-    {
-        auto start = std::chrono::steady_clock::now();
-        PMProgramResult run = read(book, actions);
-        EXPECT_EQ(run.status, 0) << run.err;
-        return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count());
     }
 
     std::string m_book = std::string(PM_SOURCE_DIR) + "/app/e2e/books/childrens-literature.epub";
@@ -61,10 +50,7 @@ TEST_F(ReadCommand, DrawsTheTurnedPageAndOpensThereNextTime)
         EXPECT_NE(stored.out.find("type 3\tstyle 0\tlocation " + book.location), std::string::npos) << stored.out;
 
         std::string reopened = m_scratch.file(book.book + "-reopened.png");
-        auto start = std::chrono::steady_clock::now();
         PMProgramResult second = read(path, R"([{"screenshot": ")" + reopened + R"("}])");
-        std::cout << "[ read ] reopened and drawn in "
-                  << std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count() << " ms\n";
         ASSERT_EQ(second.status, 0) << second.err;
         auto again = PMTestPNGImageOfFile(reopened);
         ASSERT_TRUE(again);
@@ -97,19 +83,6 @@ TEST_F(ReadCommand, RefusesActionsItCannotPlay)
         EXPECT_NE(run.status, 0) << wrong.actions;
         EXPECT_NE(run.err.find(wrong.error), std::string::npos) << wrong.actions << ": " << run.err;
     }
-}
-
-// Not a check: how long a large book takes to show its first page and to turn one.
-TEST_F(ReadCommand, TimesALargeBook)
-{
-    PMSampleBookOptions options;
-    options.chapters = PMGeneratedChapters(144, 30);
-    std::string book = write(options);
-    long opened = timedRead(book, R"([{"quit": true}])");
-    constexpr int kTurns = 40;
-    long turned = timedRead(book, R"([{"open": 0}, {"next": )" + std::to_string(kTurns) + "}]");
-    std::cout << "[ read ] 144 chapters: started and drew the first page in " << opened << " ms; a page turn takes about "
-              << (turned - opened) / kTurns << " ms\n";
 }
 
 } // namespace
