@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <typeinfo>
 
 namespace {
 
@@ -163,17 +164,23 @@ public:
     }
 };
 
-// The printable document among the share's items: the print providers make
-// HTML only when asked for their document.
-std::optional<std::u16string> printDocument(KCActivityController& controller)
+// The document of the share's first provider of exactly this class: the HTML
+// providers make it only when asked for their document.
+template <typename Provider>
+std::optional<std::u16string> documentOf(KCActivityController& controller)
 {
     for (const std::shared_ptr<KCObject>& item : controller.expandedActivityItems().value_or(KCActivityItems())) {
-        if (auto* group = dynamic_cast<TNAnnotationGroupPrintActivityItemProvider*>(item.get()))
-            return group->documentString();
-        if (auto* single = dynamic_cast<TNAnnotationPrintActivityItemProvider*>(item.get()))
-            return single->documentString();
+        if (auto* provider = dynamic_cast<Provider*>(item.get()); provider && typeid(*provider) == typeid(Provider))
+            return provider->documentString();
     }
     return std::nullopt;
+}
+
+std::optional<std::u16string> printDocument(KCActivityController& controller)
+{
+    if (auto group = documentOf<TNAnnotationGroupPrintActivityItemProvider>(controller))
+        return group;
+    return documentOf<TNAnnotationPrintActivityItemProvider>(controller);
 }
 
 int runShare(const std::vector<std::string>& args)
@@ -266,6 +273,10 @@ int runShare(const std::vector<std::string>& args)
             // A share whose destinations do not include copying (a group) still
             // writes itself to the clipboard, as the reader's Copy does.
             PMShareItems written(controller.activityItems().begin(), controller.activityItems().end());
+            // Desktop programs paste rich text from HTML sooner than from RTF:
+            // the group's HTML document goes along.
+            if (auto html = documentOf<TNAnnotationGroupHTMLActivityItemProvider>(controller))
+                written.push_back(KCValue(*html));
             clipboard->setDelegate(&controller);
             clipboard->performWithItems(written);
         } else

@@ -82,7 +82,7 @@ TEST_F(ShareCommand, AnotherProgramReadsTheCopiedShareAfterTheCommandHasEnded)
         read.out = KCReadTestFile(scratch.file("out"));
         return read;
     };
-    for (const char* target : {"text/plain;charset=utf-8", "text/rtf"}) {
+    for (const char* target : {"text/plain;charset=utf-8", "text/html", "text/rtf"}) {
         PMProgramResult pasted = paste(target);
         EXPECT_EQ(pasted.status, 0) << target;
         EXPECT_NE(pasted.out.find("Goldilocks ran away"), std::string::npos) << target << "\n" << pasted.out;
