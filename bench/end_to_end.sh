@@ -5,18 +5,7 @@
 # loading every chapter.
 # usage: [CHAPTERS=N PARAGRAPHS=M] bench/end_to_end.sh [BUILD_DIR]   (default: build/release, built here)
 # CHAPTERS=140 PARAGRAPHS=21 makes a book of about 1.2 million characters.
-set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd)
-build=${1:-$root/build/release}
-if [[ $# -eq 0 ]]; then
-  cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DPM_BUILD_TESTS=OFF >/dev/null
-  cmake --build "$build" --target pagemoor pagemoor-make-book >/dev/null
-fi
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-export PAGEMOOR_CACHE_DIR="$work/cache"
-pagemoor="$build/app/pagemoor"
-book="$work/generated.epub"
+source "$(dirname "$0")/generated-book.sh" "$@"
 # A paragraph is about 400 characters.
 chapters=${CHAPTERS:-30}
 paragraphs=${PARAGRAPHS:-50}

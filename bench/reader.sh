@@ -3,18 +3,7 @@
 # 30 paragraphs): starting and drawing the first page, and a page turn (the
 # difference between a run that turns K pages and one that does not, over K).
 # usage: [CHAPTERS=N PARAGRAPHS=M TURNS=K] bench/reader.sh [BUILD_DIR]   (default: build/release, built here)
-set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd)
-build=${1:-$root/build/release}
-if [[ $# -eq 0 ]]; then
-  cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DPM_BUILD_TESTS=ON >/dev/null
-  cmake --build "$build" --target pagemoor pagemoor-make-book >/dev/null
-fi
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-export PAGEMOOR_CACHE_DIR="$work/cache"
-pagemoor="$build/app/pagemoor"
-book="$work/generated.epub"
+source "$(dirname "$0")/generated-book.sh" "$@"
 turns=${TURNS:-40}
 "$build/app/e2e/pagemoor-make-book" "$book" --generated "${CHAPTERS:-144}" "${PARAGRAPHS:-30}" >/dev/null
 
