@@ -63,7 +63,7 @@ const char* const kHighlightScript = R"JS(
             };
             var block = blockOf(node);
             return JSON.stringify({start: PMReader.pathOf(node, at), end: PMReader.pathOf(node, at + text.length), text: text,
-                context: block.textContent, offset: before(block), chapterOffset: before(document.documentElement)});
+                blockText: block.textContent, offset: before(block), chapterOffset: before(document.documentElement)});
         }
         return null;
     }

@@ -3,7 +3,7 @@
 // defines PMHighlights in the page:
 //   PMHighlights.find(text)  selects the first occurrence of the text within
 //       one text node and answers JSON {"start": path, "end": path, "text",
-//       "context": the text of its block, "offset": where the text starts in
+//       "blockText": the text of its block, "offset": where the text starts in
 //       it, "chapterOffset": where it starts in the chapter's text (UTF-16
 //       units)}, or null;
 //   PMHighlights.draw(list, night)  sets the night style sheet on or off and

@@ -81,41 +81,45 @@ std::optional<PMFoundText> PMFoundText::fromJSON(std::string_view json)
 {
     auto found = nlohmann::json::parse(json, nullptr, false);
     if (!found.is_object() || !found["start"].is_string() || !found["end"].is_string() || !found["text"].is_string()
-        || !found["context"].is_string() || !found["offset"].is_number_unsigned() || !found["chapterOffset"].is_number_unsigned())
+        || !found["blockText"].is_string() || !found["offset"].is_number_unsigned() || !found["chapterOffset"].is_number_unsigned())
         return std::nullopt;
     return PMFoundText {found["start"], found["end"], KCUTF16FromUTF8(found["text"].get<std::string>()),
-        KCUTF16FromUTF8(found["context"].get<std::string>()), found["offset"].get<size_t>(), found["chapterOffset"].get<size_t>()};
+        KCUTF16FromUTF8(found["blockText"].get<std::string>()), found["offset"].get<size_t>(), found["chapterOffset"].get<size_t>()};
 }
 
-PMSentence PMSentenceAround(std::u16string_view context, KCRange range)
+PMSentence PMSentenceAround(std::u16string_view blockText, KCRange range)
 {
-    // The sentences from the one the range starts in to the one it ends in.
-    uint64_t from = 0, to = context.size();
-    for (const KCRange& sentence : KCSentenceRanges(context)) {
-        if (sentence.location <= range.location)
-            from = sentence.location;
-        if (sentence.location < range.end() || (range.length == 0 && sentence.location <= range.location))
-            to = sentence.end();
-    }
-    PMSentence result {{}, {KCNotFound, 0}};
+    // Blanks first: a line break in the book's source ends no sentence.
+    PMSentence block {{}, {KCNotFound, 0}};
     bool blank = false;
     uint64_t selectedEnd = 0;
-    for (uint64_t at = from; at < to && at < context.size(); ++at) {
-        if (isBlank(context[at])) {
-            blank = !result.text.empty();
+    for (uint64_t at = 0; at < blockText.size(); ++at) {
+        if (isBlank(blockText[at])) {
+            blank = !block.text.empty();
             continue;
         }
         if (std::exchange(blank, false))
-            result.text += u' ';
-        if (at >= range.location && !result.selected.found())
-            result.selected.location = result.text.size();
-        result.text += context[at];
+            block.text += u' ';
+        if (at >= range.location && !block.selected.found())
+            block.selected.location = block.text.size();
+        block.text += blockText[at];
         if (at < range.end())
-            selectedEnd = result.text.size();
+            selectedEnd = block.text.size();
     }
-    if (result.selected.found())
-        result.selected.length = selectedEnd > result.selected.location ? selectedEnd - result.selected.location : 0;
-    return result;
+    if (!block.selected.found())
+        return block;
+    block.selected.length = selectedEnd > block.selected.location ? selectedEnd - block.selected.location : 0;
+    // The sentences from the one the selection starts in to the one it ends in.
+    uint64_t from = 0, to = block.text.size();
+    for (const KCRange& sentence : KCSentenceRanges(block.text)) {
+        if (sentence.location <= block.selected.location)
+            from = sentence.location;
+        if (sentence.location < std::max(block.selected.end(), block.selected.location + 1))
+            to = sentence.end();
+    }
+    while (to > from && block.text[to - 1] == u' ')
+        --to;
+    return {block.text.substr(from, to - from), {block.selected.location - from, block.selected.length}};
 }
 
 PMReaderHighlights::PMReaderHighlights(TNAnnotationStoreDataSource& store, std::shared_ptr<KCManagedObjectContext> context, std::u16string assetID)
@@ -133,7 +137,7 @@ std::shared_ptr<TNAnnotation> PMReaderHighlights::add(const PMFoundText& found, 
         KCSetError(error, readerError(40, "could not make an annotation"));
         return nullptr;
     }
-    PMSentence sentence = PMSentenceAround(found.context, {found.offset, found.text.size()});
+    PMSentence sentence = PMSentenceAround(found.blockText, {found.offset, found.text.size()});
     annotation->setAnnotationType(TNAnnotationTypeRange);
     annotation->setAnnotationStyle(style.style);
     annotation->setAnnotationIsUnderline(style.underline);

@@ -34,20 +34,21 @@ struct PMFoundText {
     std::string start;
     std::string end;
     std::u16string text;
-    std::u16string context;  // the text of its block
-    size_t offset = 0;       // where the text starts in the context
+    std::u16string blockText;  // the text of its block
+    size_t offset = 0;         // where the text starts in the block text
     size_t chapterOffset = 0;  // and in the chapter's text
 
     static std::optional<PMFoundText> fromJSON(std::string_view json);
 };
 
-// The sentence of `context` around the range, blanks collapsed, and where
-// the range lies in it.
+// The sentence of the block's text around the range, blanks collapsed, and
+// where the range lies in it; the whole text, range not found, when the
+// range lies past it.
 struct PMSentence {
     std::u16string text;
     KCRange selected;
 };
-PMSentence PMSentenceAround(std::u16string_view context, KCRange range);
+PMSentence PMSentenceAround(std::u16string_view blockText, KCRange range);
 
 // How a highlight looks: style 1 to 5 (green, blue, yellow, pink, purple).
 struct PMHighlightStyle {
