@@ -41,6 +41,15 @@ const char* const kHighlightScript = R"JS(
         }
         return root;
     }
+    // The label of the last page break before the node.
+    function pageBefore(node) {
+        var breaks = document.querySelectorAll('[*|type~="pagebreak"], [role~="doc-pagebreak"]');
+        for (var i = breaks.length - 1; i >= 0; i--) {
+            if (breaks[i].compareDocumentPosition(node) & Node.DOCUMENT_POSITION_FOLLOWING)
+                return breaks[i].getAttribute('title') || breaks[i].getAttribute('aria-label') || breaks[i].textContent.trim();
+        }
+        return null;
+    }
     function find(text) {
         if (!text)
             return null;
@@ -63,7 +72,8 @@ const char* const kHighlightScript = R"JS(
             };
             var block = blockOf(node);
             return JSON.stringify({start: PMReader.pathOf(node, at), end: PMReader.pathOf(node, at + text.length), text: text,
-                blockText: block.textContent, offset: before(block), chapterOffset: before(document.documentElement)});
+                blockText: block.textContent, offset: before(block), chapterOffset: before(document.documentElement),
+                page: pageBefore(node)});
         }
         return null;
     }

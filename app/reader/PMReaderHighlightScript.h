@@ -5,7 +5,8 @@
 //       one text node and answers JSON {"start": path, "end": path, "text",
 //       "blockText": the text of its block, "offset": where the text starts in
 //       it, "chapterOffset": where it starts in the chapter's text (UTF-16
-//       units)}, or null;
+//       units), "page": the label of the page break before it or null},
+//       or null;
 //   PMHighlights.draw(list, night)  sets the night style sheet on or off and
 //       draws the list [{"uuid", "start", "end", "color", "textColor",
 //       "underline"}] as the page's highlights (paths as PMReader's).

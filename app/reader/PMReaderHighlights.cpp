@@ -84,7 +84,8 @@ std::optional<PMFoundText> PMFoundText::fromJSON(std::string_view json)
         || !found["blockText"].is_string() || !found["offset"].is_number_unsigned() || !found["chapterOffset"].is_number_unsigned())
         return std::nullopt;
     return PMFoundText {found["start"], found["end"], KCUTF16FromUTF8(found["text"].get<std::string>()),
-        KCUTF16FromUTF8(found["blockText"].get<std::string>()), found["offset"].get<size_t>(), found["chapterOffset"].get<size_t>()};
+        KCUTF16FromUTF8(found["blockText"].get<std::string>()), found["offset"].get<size_t>(), found["chapterOffset"].get<size_t>(),
+        found["page"].is_string() ? std::optional(found["page"].get<std::string>()) : std::nullopt};
 }
 
 PMSentence PMSentenceAround(std::u16string_view blockText, KCRange range)
@@ -153,6 +154,8 @@ std::shared_ptr<TNAnnotation> PMReaderHighlights::add(const PMFoundText& found, 
         annotation->setChapterTitle(KCUTF16FromUTF8(*chapterTitle));
     if (style.note)
         annotation->setAnnotationNote(KCUTF16FromUTF8(*style.note));
+    if (found.page)
+        annotation->setPhysicalPageNumber(KCUTF16FromUTF8(*found.page));
     return save(error) ? annotation : nullptr;
 }
 

@@ -6,7 +6,8 @@
 // "epubcfi(/6/6[s04]!/4/2,/1:10,/1:24)"; its representative text is the
 // sentence around it, blanks collapsed; its place in the book's location
 // space (plLocationRangeStart and End) is the spine index times 2^32 plus
-// the UTF-16 offsets of its text in the chapter's text.
+// the UTF-16 offsets of its text in the chapter's text; its physical page is
+// the label of the page break before it, in books with a page list.
 // Errors: add and edit answer nothing/false, fill *error (PMReaderErrorDomain)
 // and log when the store cannot be written or the highlight is gone; a
 // location that is not such a range is not drawn.
@@ -37,6 +38,7 @@ struct PMFoundText {
     std::u16string blockText;  // the text of its block
     size_t offset = 0;         // where the text starts in the block text
     size_t chapterOffset = 0;  // and in the chapter's text
+    std::optional<std::string> page;  // the printed page it lies on
 
     static std::optional<PMFoundText> fromJSON(std::string_view json);
 };

@@ -363,6 +363,9 @@ bool PMReaderWindow::highlight(const std::string& text, const PMHighlightStyle& 
     auto found = PMFoundText::fromJSON(**answer);
     if (!found)
         return KCSetError(error, readerError(26, "there is no \u201C" + text + "\u201D in this chapter"));
+    // Printed pages count only in a book that lists them.
+    if (m_navigation.pageList().empty())
+        found->page.reset();
     const size_t spineIndex = *m_loadedSpineIndex;
     PMHighlightRange range {spineIndex, found->start, found->end};
     const std::string& idref = m_session.book->package().spine[spineIndex].idref;

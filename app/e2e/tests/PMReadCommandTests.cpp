@@ -85,6 +85,7 @@ TEST_F(ReadCommand, KeepsAHighlightAndDrawsItByDayAndByNight)
     EXPECT_EQ((*highlight)["annotationRepresentativeText"], "Andersen, Hans Christian, Fairy Tales.");
     EXPECT_EQ((*highlight)["futureProofing7"], "{10, 14}");  // the selection in the sentence
     EXPECT_EQ((*highlight)["annotationNote"], "the tales");
+    EXPECT_EQ((*highlight)["futureProofing1"], "170");  // the printed page
     EXPECT_EQ((*highlight)["futureProofing5"], "SECTION IV FAIRY STORIES\u2014MODERN FANTASTIC TALES");
     EXPECT_TRUE((*highlight)["annotationLocation"].get<std::string>().starts_with("epubcfi(/6/6[s04]!/4/")) << *highlight;
 
