@@ -387,7 +387,7 @@ void PMReaderWindow::highlightClicked(const std::string& clickJSON)
         return;
     // The page's coordinates are the view's divided by its zoom.
     const double zoom = webkit_web_view_get_zoom_level(m_session.view->webView());
-    auto scaled = [&](const char* key) { return static_cast<int>(std::lround(click.value(key, 0.0) * zoom)); };
+    auto scaled = [&](const char* key) { return click[key].is_number() ? static_cast<int>(std::lround(click[key].get<double>() * zoom)) : 0; };
     GdkRectangle line {scaled("x"), scaled("y"), std::max(1, scaled("width")), std::max(1, scaled("height"))};
     PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), line, *style, [this, uuid, alive = m_alive](const PMHighlightEdit& edit) {
         if (!*alive)
