@@ -16,7 +16,7 @@ void tell(GtkWidget* widget, const PMHighlightEdit& edit, bool close)
 
 } // namespace
 
-void PMPresentHighlightPopover(GtkWidget* parent, const GdkRectangle& pointingTo, const PMHighlightStyle& current, Changed changed)
+GtkWidget* PMPresentHighlightPopover(GtkWidget* parent, const GdkRectangle& pointingTo, const PMHighlightStyle& current, Changed changed)
 {
     GtkWidget* popover = gtk_popover_new();
     g_object_set_data_full(G_OBJECT(popover), "changed", new Changed(std::move(changed)), [](gpointer data) { delete static_cast<Changed*>(data); });
@@ -60,7 +60,12 @@ void PMPresentHighlightPopover(GtkWidget* parent, const GdkRectangle& pointingTo
     gtk_widget_set_parent(popover, parent);
     gtk_popover_set_pointing_to(GTK_POPOVER(popover), &pointingTo);
     g_signal_connect(popover, "closed", G_CALLBACK(+[](GtkPopover* closed, gpointer) {
-        g_idle_add_once([](gpointer data) { gtk_widget_unparent(GTK_WIDGET(data)); }, closed);
+        g_idle_add_once([](gpointer data) {
+            if (gtk_widget_get_parent(GTK_WIDGET(data)))
+                gtk_widget_unparent(GTK_WIDGET(data));
+            g_object_unref(data);
+        }, g_object_ref(closed));
     }), nullptr);
     gtk_popover_popup(GTK_POPOVER(popover));
+    return popover;
 }

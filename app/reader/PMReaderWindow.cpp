@@ -83,6 +83,8 @@ PMReaderWindow::PMReaderWindow(PMEngineSession& session, std::unique_ptr<PMReadi
 PMReaderWindow::~PMReaderWindow()
 {
     *m_alive = false;
+    if (m_highlightPopover)
+        gtk_widget_unparent(m_highlightPopover);
     g_signal_handlers_disconnect_by_data(m_session.view->webView(), this);
     g_signal_handlers_disconnect_by_data(webkit_web_view_get_user_content_manager(m_session.view->webView()), this);
     if (m_window)
@@ -389,7 +391,11 @@ void PMReaderWindow::highlightClicked(const std::string& clickJSON)
     const double zoom = webkit_web_view_get_zoom_level(m_session.view->webView());
     auto scaled = [&](const char* key) { return click[key].is_number() ? static_cast<int>(std::lround(click[key].get<double>() * zoom)) : 0; };
     GdkRectangle line {scaled("x"), scaled("y"), std::max(1, scaled("width")), std::max(1, scaled("height"))};
-    PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), line, *style, [this, uuid, alive = m_alive](const PMHighlightEdit& edit) {
+    if (m_highlightPopover) {
+        g_object_remove_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
+        gtk_popover_popdown(GTK_POPOVER(m_highlightPopover));
+    }
+    m_highlightPopover = PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), line, *style, [this, uuid, alive = m_alive](const PMHighlightEdit& edit) {
         if (!*alive)
             return;
         KCError error;
@@ -398,6 +404,7 @@ void PMReaderWindow::highlightClicked(const std::string& clickJSON)
         else
             KCLog("Cannot change the highlight: %@", error.message);
     });
+    g_object_add_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
 }
 
 void PMReaderWindow::runInPage(const std::string& body, std::function<void(const std::string& result)> done)

@@ -109,6 +109,7 @@ private:
     bool m_busy = false;
     bool m_night = false;
     GtkWidget* m_nightButton = nullptr;
+    GtkWidget* m_highlightPopover = nullptr;  // weak; the view is its parent while it is open
     int m_redrawing = 0;
     bool m_closed = false;
     std::string m_savedCFI;
