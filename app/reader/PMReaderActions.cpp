@@ -14,7 +14,9 @@ struct ActionKind {
     // What is wrong with the argument, or nothing.
     std::optional<std::string> (*check)(const nlohmann::ordered_json& argument);
     // Null while the action is not yet supported.
-    std::function<Outcome(PMReaderWindow&, const nlohmann::ordered_json& argument, KCError*)> play;
+    std::function<Outcome(PMReaderWindow&, const PMReaderAction&, KCError*)> play;
+    // What is wrong with the other members, or nothing; none allowed without it.
+    std::optional<std::string> (*checkOptions)(const nlohmann::ordered_json& options) = nullptr;
 };
 
 std::optional<std::string> wholeNumberFromZero(const nlohmann::ordered_json& argument)
@@ -48,6 +50,41 @@ std::optional<std::string> anything(const nlohmann::ordered_json&)
     return std::nullopt;
 }
 
+std::optional<std::string> text(const nlohmann::ordered_json& argument)
+{
+    if (argument.is_string() && !argument.get<std::string>().empty())
+        return std::nullopt;
+    return "needs the text to highlight";
+}
+
+std::optional<std::string> trueOrFalse(const nlohmann::ordered_json& argument)
+{
+    return argument.is_boolean() ? std::nullopt : std::optional<std::string>("needs true or false");
+}
+
+std::optional<std::string> highlightOptions(const nlohmann::ordered_json& options)
+{
+    for (const auto& [name, value] : options.items()) {
+        const bool fits = name == "style" ? value.is_number_integer() && value.get<int64_t>() >= 1 && value.get<int64_t>() <= 5
+            : name == "underline"         ? value.is_boolean()
+            : name == "note"              ? value.is_string()
+                                          : false;
+        if (!fits)
+            return "\u201C" + name + "\u201D is not a style from 1 to 5, an underline flag or a note";
+    }
+    return std::nullopt;
+}
+
+PMHighlightStyle highlightStyle(const nlohmann::ordered_json& options)
+{
+    PMHighlightStyle style;
+    style.style = options.value("style", style.style);
+    style.underline = options.value("underline", false);
+    if (options.contains("note"))
+        style.note = options["note"].get<std::string>();
+    return style;
+}
+
 Outcome outcome(bool succeeded)
 {
     return succeeded ? Outcome::Next : Outcome::Failed;
@@ -56,19 +93,23 @@ Outcome outcome(bool succeeded)
 const std::vector<ActionKind>& actionKinds()
 {
     static const std::vector<ActionKind> kinds {
-        {"open", wholeNumberFromZero, [](PMReaderWindow& window, const nlohmann::ordered_json& argument, KCError* error) {
-            return outcome(window.open({argument.get<size_t>(), {}}, error));
+        {"open", wholeNumberFromZero, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            return outcome(window.open({action.argument.get<size_t>(), {}}, error));
         }},
-        {"next", pageCount, [](PMReaderWindow& window, const nlohmann::ordered_json& argument, KCError* error) {
-            return outcome(window.turnPages(argument.get<int>(), error));
+        {"next", pageCount, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            return outcome(window.turnPages(action.argument.get<int>(), error));
         }},
-        {"screenshot", fileName, [](PMReaderWindow& window, const nlohmann::ordered_json& argument, KCError* error) {
-            return outcome(window.writeScreenshot(argument.get<std::string>(), error));
+        {"screenshot", fileName, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            return outcome(window.writeScreenshot(action.argument.get<std::string>(), error));
         }},
-        {"quit", anything, [](PMReaderWindow&, const nlohmann::ordered_json&, KCError*) { return Outcome::Stop; }},
+        {"quit", anything, [](PMReaderWindow&, const PMReaderAction&, KCError*) { return Outcome::Stop; }},
         {"find", anything, nullptr},
-        {"highlight", anything, nullptr},
-        {"night", anything, nullptr},
+        {"highlight", text, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            return outcome(window.highlight(action.argument.get<std::string>(), highlightStyle(action.options), error));
+        }, highlightOptions},
+        {"night", trueOrFalse, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            return outcome(window.switchNight(action.argument.get<bool>(), error));
+        }},
     };
     return kinds;
 }
@@ -118,7 +159,16 @@ std::optional<std::vector<PMReaderAction>> PMParseReaderActions(std::string_view
             fail(error, index, name + " " + *problem);
             return std::nullopt;
         }
-        actions.push_back({name, argument});
+        nlohmann::ordered_json options = object;
+        options.erase(name);
+        const auto problem = kind->checkOptions ? kind->checkOptions(options)
+            : options.empty()                   ? std::nullopt
+                                                : std::optional<std::string>("takes no other members");
+        if (problem) {
+            fail(error, index, name + " " + *problem);
+            return std::nullopt;
+        }
+        actions.push_back({name, argument, options});
     }
     return actions;
 }
@@ -128,7 +178,7 @@ bool PMPlayReaderActions(PMReaderWindow& window, const std::vector<PMReaderActio
     for (size_t index = 0; index < actions.size(); ++index) {
         const ActionKind* kind = kindNamed(actions[index].name);
         KCError reason;
-        Outcome played = kind && kind->play ? kind->play(window, actions[index].argument, &reason) : Outcome::Failed;
+        Outcome played = kind && kind->play ? kind->play(window, actions[index], &reason) : Outcome::Failed;
         if (played == Outcome::Stop)
             return true;
         if (played == Outcome::Failed)

@@ -4,8 +4,13 @@
 //   {"open": N}             the spine document N (from 0) at its first page
 //   {"next": K}             K pages on (back when negative)
 //   {"screenshot": "F.png"} the window as drawn, into a PNG file
+//   {"highlight": "text", "style": S, "underline": false, "note": "N"}
+//                           highlights the text's first occurrence in the
+//                           chapter shown (style 1 to 5, by default 3;
+//                           underline and note optional)
+//   {"night": true}         reads by night (false: by day)
 //   {"quit": true}          stops playing
-// "find", "highlight" and "night" are known but not yet supported.
+// "find" is known but not yet supported.
 // Errors: parse answers nothing and fills *error (PMReaderErrorDomain) for
 // text that is not such a list, naming the action at fault; play answers
 // false with the failing action's reason.
@@ -23,6 +28,7 @@ class PMReaderWindow;
 struct PMReaderAction {
     std::string name;
     nlohmann::ordered_json argument;
+    nlohmann::ordered_json options;  // the object's other members
 };
 
 std::optional<std::vector<PMReaderAction>> PMParseReaderActions(std::string_view json, KCError* error);

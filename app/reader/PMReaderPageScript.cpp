@@ -129,7 +129,7 @@ const char* const kReaderScript = R"JS(
         window.scrollTo((rightToLeft() ? -1 : 1) * page * window.innerWidth, 0);
         return state();
     }
-    window.PMReader = {show: show, state: state};
+    window.PMReader = {show: show, state: state, pathOf: pathOf, positionOf: positionOf};
     // A new width lays the chapter out again at the text that was shown, and
     // tells the reader where the page stands now.
     var resizing = 0;

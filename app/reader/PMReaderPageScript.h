@@ -5,7 +5,9 @@
 //   PMReader.show(target)  lays the page out again and shows one page of it:
 //       {"page": i} (-1 the last), or {"path": "/4/2/1:10"} the page that
 //       holds that position (a CFI's part after "!");
-//   PMReader.state()  where the page stands.
+//   PMReader.state()  where the page stands;
+//   PMReader.pathOf(node, offset), PMReader.positionOf(path)  a text
+//       position's path and back ({node, offset}).
 // Both answer JSON text: {"page": i, "count": n, "path": "/4/2/1:10",
 // "rightToLeft": false}, the path the first text that is visible on the
 // page (empty without text). When the view's size changes, the page is laid

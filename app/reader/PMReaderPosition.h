@@ -28,6 +28,10 @@ public:
     std::optional<std::string> load() const;
     bool save(const std::string& cfi, KCError* error);
 
+    TNAnnotationStoreDataSource& store() const { return m_store; }
+    const std::shared_ptr<KCManagedObjectContext>& context() const { return m_context; }
+    const std::u16string& assetID() const { return m_assetID; }
+
 private:
     TNAnnotationStoreDataSource& m_store;
     std::shared_ptr<KCManagedObjectContext> m_context;

@@ -1,8 +1,11 @@
 #include "PMReaderWindow.h"
 
+#include "PMReaderHighlightPopover.h"
+#include "PMReaderHighlightScript.h"
 #include "PMReaderPageScript.h"
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
+#include "Utilities/KCStringConversion.h"
 
 #include <adwaita.h>
 #include <nlohmann/json.hpp>
@@ -66,6 +69,8 @@ PMReaderWindow::PMReaderWindow(PMEngineSession& session, std::unique_ptr<PMReadi
     : m_session(session)
     , m_positions(std::move(positions))
 {
+    if (m_positions)
+        m_highlights = std::make_unique<PMReaderHighlights>(m_positions->store(), m_positions->context(), m_positions->assetID());
     // A book without a navigation document still reads; its chapters are untitled.
     m_navigation = PMBookNavigation::open(*session.book, nullptr).value_or(PMBookNavigation());
     for (const auto& path : session.documentPaths) {
@@ -78,6 +83,8 @@ PMReaderWindow::PMReaderWindow(PMEngineSession& session, std::unique_ptr<PMReadi
 PMReaderWindow::~PMReaderWindow()
 {
     *m_alive = false;
+    if (m_highlightPopover)
+        gtk_widget_unparent(m_highlightPopover);
     g_signal_handlers_disconnect_by_data(m_session.view->webView(), this);
     g_signal_handlers_disconnect_by_data(webkit_web_view_get_user_content_manager(m_session.view->webView()), this);
     if (m_window)
@@ -109,10 +116,26 @@ void PMReaderWindow::build(const KCSize& size)
     onClicked(smaller, [this, alive = m_alive] { if (*alive) zoom(1 / kZoomStep); });
     adw_header_bar_pack_end(ADW_HEADER_BAR(header), larger);
     adw_header_bar_pack_end(ADW_HEADER_BAR(header), smaller);
+    m_nightButton = gtk_toggle_button_new();
+    gtk_button_set_icon_name(GTK_BUTTON(m_nightButton), "weather-clear-night-symbolic");
+    gtk_widget_set_tooltip_text(m_nightButton, "Night");
+    g_signal_connect(m_nightButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
+        static_cast<PMReaderWindow*>(data)->setNight(gtk_toggle_button_get_active(button));
+    }), this);
+    adw_header_bar_pack_end(ADW_HEADER_BAR(header), m_nightButton);
 
     WebKitWebView* webView = m_session.view->webView();
     PMInstallReaderPageScript(webView);
+    PMInstallReaderHighlightScript(webView);
     WebKitUserContentManager* scripts = webkit_web_view_get_user_content_manager(webView);
+    webkit_user_content_manager_register_script_message_handler(scripts, PMHighlightMessageHandler, nullptr);
+    g_signal_connect(scripts, (std::string("script-message-received::") + PMHighlightMessageHandler).c_str(),
+        G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
+            char* text = jsc_value_to_string(value);
+            if (text)
+                static_cast<PMReaderWindow*>(data)->highlightClicked(text);
+            g_free(text);
+        }), this);
     webkit_user_content_manager_register_script_message_handler(scripts, PMReaderStateMessageHandler, nullptr);
     g_signal_connect(scripts, (std::string("script-message-received::") + PMReaderStateMessageHandler).c_str(),
         G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
@@ -292,7 +315,96 @@ void PMReaderWindow::showTarget(const std::string& target)
 {
     m_busy = true;
     // Fonts that are still coming would move the text after the page is chosen.
-    runInPage("await document.fonts.ready; return " + PMReaderShowScript(target) + ";", [this](const std::string& state) { settle(state); });
+    runInPage("await document.fonts.ready; " + decorationScript() + "; return " + PMReaderShowScript(target) + ";",
+        [this](const std::string& state) { settle(state); });
+}
+
+std::string PMReaderWindow::decorationScript() const
+{
+    const bool drawsHighlights = m_highlights && m_loadedSpineIndex;
+    return PMReaderDrawScript(drawsHighlights ? m_highlights->drawList(*m_loadedSpineIndex, m_night) : "[]", m_night);
+}
+
+void PMReaderWindow::redraw(const std::string& before)
+{
+    ++m_redrawing;
+    runInPage(before + decorationScript() + "; return true;", [this](const std::string&) { --m_redrawing; });
+}
+
+bool PMReaderWindow::waitForRedraw(KCError* error)
+{
+    if (m_session.view->runUntil([this] { return m_redrawing == 0; }, kWaitSeconds))
+        return true;
+    return KCSetError(error, readerError(24, "the page was not drawn again"));
+}
+
+void PMReaderWindow::setNight(bool night)
+{
+    if (night == m_night)
+        return;
+    m_night = night;
+    adw_style_manager_set_color_scheme(adw_style_manager_get_default(), night ? ADW_COLOR_SCHEME_FORCE_DARK : ADW_COLOR_SCHEME_DEFAULT);
+    gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(m_nightButton), night);
+    redraw();
+}
+
+bool PMReaderWindow::switchNight(bool night, KCError* error)
+{
+    setNight(night);
+    return waitForRedraw(error);
+}
+
+bool PMReaderWindow::highlight(const std::string& text, const PMHighlightStyle& style, KCError* error)
+{
+    if (!m_highlights || !m_stateKnown || !m_loadedSpineIndex)
+        return KCSetError(error, readerError(25, "no chapter is shown to highlight in"));
+    auto answer = std::make_shared<std::optional<std::string>>();
+    runInPage("return " + PMReaderFindScript(text) + ";", [answer](const std::string& result) { *answer = result; });
+    if (!m_session.view->runUntil([&] { return answer->has_value(); }, kWaitSeconds))
+        return KCSetError(error, readerError(24, "the page did not answer"));
+    auto found = PMFoundText::fromJSON(**answer);
+    if (!found)
+        return KCSetError(error, readerError(26, "there is no \u201C" + text + "\u201D in this chapter"));
+    // Printed pages count only in a book that lists them.
+    if (m_navigation.pageList().empty())
+        found->page.reset();
+    const size_t spineIndex = *m_loadedSpineIndex;
+    PMHighlightRange range {spineIndex, found->start, found->end};
+    const std::string& idref = m_session.book->package().spine[spineIndex].idref;
+    if (!m_highlights->add(*found, range, idref, m_navigation.chapterTitleForLocation(range.cfi(idref)), style, error))
+        return false;
+    // The new highlight shows instead of the selection.
+    redraw("window.getSelection().removeAllRanges(); ");
+    return waitForRedraw(error);
+}
+
+void PMReaderWindow::highlightClicked(const std::string& clickJSON)
+{
+    auto click = nlohmann::json::parse(clickJSON, nullptr, false);
+    if (!m_highlights || !click.is_object() || !click["uuid"].is_string())
+        return;
+    std::u16string uuid = KCUTF16FromUTF8(click["uuid"].get<std::string>());
+    auto style = m_highlights->styleOf(uuid);
+    if (!style)
+        return;
+    // The page's coordinates are the view's divided by its zoom.
+    const double zoom = webkit_web_view_get_zoom_level(m_session.view->webView());
+    auto scaled = [&](const char* key) { return click[key].is_number() ? static_cast<int>(std::lround(click[key].get<double>() * zoom)) : 0; };
+    GdkRectangle line {scaled("x"), scaled("y"), std::max(1, scaled("width")), std::max(1, scaled("height"))};
+    if (m_highlightPopover) {
+        g_object_remove_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
+        gtk_popover_popdown(GTK_POPOVER(m_highlightPopover));
+    }
+    m_highlightPopover = PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), line, *style, [this, uuid, alive = m_alive](const PMHighlightEdit& edit) {
+        if (!*alive)
+            return;
+        KCError error;
+        if (m_highlights->edit(uuid, edit, &error))
+            redraw();
+        else
+            KCLog("Cannot change the highlight: %@", error.message);
+    });
+    g_object_add_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
 }
 
 void PMReaderWindow::runInPage(const std::string& body, std::function<void(const std::string& result)> done)

@@ -8,10 +8,15 @@
 // goes on in the next or previous spine item. A new window size lays the
 // chapter out again at the text that was shown.
 // Every page that comes to stand is kept as the book's reading position.
-// The waiting calls (open, turnPages, writeScreenshot) let scripts drive it.
+// Highlights of the book are drawn whenever a chapter is shown; a click on
+// one opens its popover. A header-bar switch reads at night: the page light
+// on dark, highlights in their night colours.
+// The waiting calls (open, turnPages, highlight, switchNight,
+// writeScreenshot) let scripts drive it.
 // Errors: create answers nullptr and the waiting calls false, filling *error
 // (PMReaderErrorDomain, or the engine's) when a document cannot be shown,
 // the engine stops answering or a file cannot be written.
+#include "PMReaderHighlights.h"
 #include "PMReaderPosition.h"
 #include "book/PMBookNavigation.h"
 #include "engine/PMEngineSession.h"
@@ -40,6 +45,10 @@ public:
     bool open(const PMReadingPosition& position, KCError* error);
     // Turns `count` pages (back when negative), one at a time; stops at the book's ends.
     bool turnPages(int count, KCError* error);
+    // Highlights the first occurrence of the text in the chapter shown and keeps it.
+    bool highlight(const std::string& text, const PMHighlightStyle& style, KCError* error);
+    // Reads by night or by day; waits until the page is drawn again.
+    bool switchNight(bool night, KCError* error);
     // The window as drawn, at its size.
     bool writeScreenshot(const std::string& path, KCError* error);
     // Turns the main loop until the window is closed.
@@ -71,6 +80,13 @@ private:
     // (empty when it threw) unless the window is gone by then.
     void runInPage(const std::string& body, std::function<void(const std::string& result)> done);
     void settle(const std::string& stateJSON);
+    // The page script that draws the loaded chapter's highlights, day or night.
+    std::string decorationScript() const;
+    // Draws the highlights again after running `before` in the page.
+    void redraw(const std::string& before = {});
+    bool waitForRedraw(KCError* error);
+    void setNight(bool night);
+    void highlightClicked(const std::string& clickJSON);
     void updateStatus();
     bool waitUntilSettled(KCError* error);
     double bookFraction() const;
@@ -80,6 +96,7 @@ private:
 
     PMEngineSession& m_session;
     std::unique_ptr<PMReadingPositionStore> m_positions;
+    std::unique_ptr<PMReaderHighlights> m_highlights;  // with the position's store
     PMBookNavigation m_navigation;
     std::vector<double> m_documentSizes;  // bytes of each spine document, for the place in the book
     GtkWidget* m_window = nullptr;
@@ -90,6 +107,10 @@ private:
     std::optional<size_t> m_loadedSpineIndex;  // the document in the view
     std::optional<std::string> m_pendingTarget;  // shown once the document has loaded
     bool m_busy = false;
+    bool m_night = false;
+    GtkWidget* m_nightButton = nullptr;
+    GtkWidget* m_highlightPopover = nullptr;  // weak; the view is its parent while it is open
+    int m_redrawing = 0;
     bool m_closed = false;
     std::string m_savedCFI;
     std::optional<KCError> m_positionError;

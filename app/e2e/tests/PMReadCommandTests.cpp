@@ -4,7 +4,9 @@
 #include "PMTestPNG.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
+#include <cmath>
 
 namespace {
 
@@ -66,6 +68,54 @@ TEST_F(ReadCommand, DrawsTheTurnedPageAndOpensThereNextTime)
     }
 }
 
+// A phrase highlighted in yellow with a note: the store keeps it with its
+// sentence, place and chapter; it is drawn again, by day and by night.
+TEST_F(ReadCommand, KeepsAHighlightAndDrawsItByDayAndByNight)
+{
+    PMProgramResult made = read(m_book, R"([{"open": 2}, {"highlight": "Hans Christian", "style": 3, "note": "the tales"}, {"quit": true}])");
+    ASSERT_EQ(made.status, 0) << made.err;
+    PMProgramResult listed = PMRunPagemoor("annotations --store '" + m_store + "' list --asset http://www.gutenberg.org/ebooks/25545 --json");
+    ASSERT_EQ(listed.status, 0) << listed.err;
+    auto annotations = nlohmann::json::parse(listed.out, nullptr, false);
+    ASSERT_TRUE(annotations.is_array()) << listed.out;
+    auto highlight = std::find_if(annotations.begin(), annotations.end(), [](const auto& a) { return a["annotationType"] == 2; });
+    ASSERT_NE(highlight, annotations.end()) << listed.out;
+    EXPECT_EQ((*highlight)["annotationStyle"], 3);
+    EXPECT_EQ((*highlight)["annotationSelectedText"], "Hans Christian");
+    EXPECT_EQ((*highlight)["annotationRepresentativeText"], "Andersen, Hans Christian, Fairy Tales.");
+    EXPECT_EQ((*highlight)["futureProofing7"], "{10, 14}");  // the selection in the sentence
+    EXPECT_EQ((*highlight)["annotationNote"], "the tales");
+    EXPECT_EQ((*highlight)["futureProofing1"], "170");  // the printed page
+    EXPECT_EQ((*highlight)["futureProofing5"], "SECTION IV FAIRY STORIES\u2014MODERN FANTASTIC TALES");
+    EXPECT_TRUE((*highlight)["annotationLocation"].get<std::string>().starts_with("epubcfi(/6/6[s04]!/4/")) << *highlight;
+
+    auto themes = nlohmann::json::parse(PMRunPagemoor("themes --json").out, nullptr, false);
+    ASSERT_TRUE(themes.is_object());
+    std::string day = m_scratch.file("day.png"), night = m_scratch.file("night.png");
+    PMProgramResult shown = read(m_book, R"([{"screenshot": ")" + day + R"("}, {"night": true}, {"screenshot": ")" + night + R"("}])");
+    ASSERT_EQ(shown.status, 0) << shown.err;
+    for (const auto& [file, variant, dark] : {std::tuple(day, "day", false), std::tuple(night, "night", true)}) {
+        SCOPED_TRACE(variant);
+        const auto& components = themes["yellow"][variant]["highlightColor"]["components"];
+        std::array<int, 3> colour;
+        for (int channel = 0; channel < 3; ++channel)
+            colour[channel] = static_cast<int>(std::lround(components[channel].get<double>() * 255));
+        auto image = PMTestPNGImageOfFile(file);
+        ASSERT_TRUE(image);
+        int highlighted = 0, darkPixels = 0;
+        for (int y = 0; y < image->height; ++y) {
+            for (int x = 0; x < image->width; ++x) {
+                highlighted += PMTestColourDifference(image->at(x, y), colour) <= 2;
+                auto pixel = image->at(x, y);
+                darkPixels += pixel[0] + pixel[1] + pixel[2] < 3 * 64;
+            }
+        }
+        EXPECT_GT(highlighted, 300);  // the phrase's background, around its letters
+        const int pixels = image->width * image->height;
+        EXPECT_EQ(darkPixels > pixels / 2, dark) << darkPixels << " of " << pixels;
+    }
+}
+
 TEST_F(ReadCommand, RefusesActionsItCannotPlay)
 {
     const struct {
@@ -77,6 +127,8 @@ TEST_F(ReadCommand, RefusesActionsItCannotPlay)
         {"[{\"find\": \"porridge\"}]", "action 1: \u201Cfind\u201D is not yet supported"},
         {"[{\"open\": -1}]", "action 1: open needs a spine index"},
         {"[{\"open\": 7}]", "action 1: there is no spine document 7"},
+        {"[{\"highlight\": \"Hans\", \"style\": 6}]", "action 1: highlight \u201Cstyle\u201D is not a style"},
+        {"[{\"open\": 2}, {\"highlight\": \"no such words\"}]", "action 2: there is no \u201Cno such words\u201D in this chapter"},
     };
     for (const auto& wrong : cases) {
         PMProgramResult run = read(m_book, wrong.actions);
