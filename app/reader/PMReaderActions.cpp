@@ -36,11 +36,19 @@ std::optional<std::string> pageCount(const nlohmann::ordered_json& argument)
     return "needs a whole number of pages";
 }
 
+bool isText(const nlohmann::ordered_json& argument)
+{
+    return argument.is_string() && !argument.get<std::string>().empty();
+}
+
 std::optional<std::string> fileName(const nlohmann::ordered_json& argument)
 {
-    if (argument.is_string() && !argument.get<std::string>().empty())
-        return std::nullopt;
-    return "needs a file name";
+    return isText(argument) ? std::nullopt : std::optional<std::string>("needs a file name");
+}
+
+std::optional<std::string> searchText(const nlohmann::ordered_json& argument)
+{
+    return isText(argument) ? std::nullopt : std::optional<std::string>("needs the text to search for");
 }
 
 std::optional<std::string> anything(const nlohmann::ordered_json&)
@@ -66,7 +74,9 @@ const std::vector<ActionKind>& actionKinds()
             return outcome(window.writeScreenshot(argument.get<std::string>(), error));
         }},
         {"quit", anything, [](PMReaderWindow&, const nlohmann::ordered_json&, KCError*) { return Outcome::Stop; }},
-        {"find", anything, nullptr},
+        {"find", searchText, [](PMReaderWindow& window, const nlohmann::ordered_json& argument, KCError* error) {
+            return outcome(window.find(argument.get<std::string>(), error));
+        }},
         {"highlight", anything, nullptr},
         {"night", anything, nullptr},
     };

@@ -3,9 +3,11 @@
 // named by its first member, played one after another:
 //   {"open": N}             the spine document N (from 0) at its first page
 //   {"next": K}             K pages on (back when negative)
+//   {"find": "text"}        searches the book, lists the results and shows
+//                           the first one selected; fails when there is none
 //   {"screenshot": "F.png"} the window as drawn, into a PNG file
 //   {"quit": true}          stops playing
-// "find", "highlight" and "night" are known but not yet supported.
+// "highlight" and "night" are known but not yet supported.
 // Errors: parse answers nothing and fills *error (PMReaderErrorDomain) for
 // text that is not such a list, naming the action at fault; play answers
 // false with the failing action's reason.

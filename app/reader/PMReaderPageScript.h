@@ -5,7 +5,8 @@
 //   PMReader.show(target)  lays the page out again and shows one page of it:
 //       {"page": i} (-1 the last), or {"path": "/4/2/1:10"} the page that
 //       holds that position (a CFI's part after "!");
-//   PMReader.state()  where the page stands.
+//   PMReader.state()  where the page stands;
+//   PMReader.pathOf(node, offset)  the CFI path of a place in the page.
 // Both answer JSON text: {"page": i, "count": n, "path": "/4/2/1:10",
 // "rightToLeft": false}, the path the first text that is visible on the
 // page (empty without text). When the view's size changes, the page is laid
@@ -19,6 +20,9 @@ typedef struct _WebKitWebView WebKitWebView;
 inline constexpr const char* PMReaderStateMessageHandler = "pagemoorReader";
 
 void PMInstallReaderPageScript(WebKitWebView* view);
+// A script of the reader's in every page's top frame, run at the document's
+// start after those added before it.
+void PMAddReaderPageScript(WebKitWebView* view, const char* source);
 
 // The script that shows `target` (a JSON object as above) and answers the state.
 std::string PMReaderShowScript(const std::string& targetJSON);

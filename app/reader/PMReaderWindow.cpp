@@ -1,6 +1,7 @@
 #include "PMReaderWindow.h"
 
 #include "PMReaderPageScript.h"
+#include "PMReaderSearchScript.h"
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
 
@@ -112,6 +113,7 @@ void PMReaderWindow::build(const KCSize& size)
 
     WebKitWebView* webView = m_session.view->webView();
     PMInstallReaderPageScript(webView);
+    PMInstallReaderSearchScript(webView);
     WebKitUserContentManager* scripts = webkit_web_view_get_user_content_manager(webView);
     webkit_user_content_manager_register_script_message_handler(scripts, PMReaderStateMessageHandler, nullptr);
     g_signal_connect(scripts, (std::string("script-message-received::") + PMReaderStateMessageHandler).c_str(),
@@ -157,7 +159,10 @@ void PMReaderWindow::build(const KCSize& size)
 
     GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_box_append(GTK_BOX(column), header);
-    gtk_box_append(GTK_BOX(column), page);
+    m_search = std::make_unique<PMReaderSearchPanel>(m_session, m_navigation, [this](const PMReaderSearchResult& result) {
+        show(result.spineIndex, PMReaderMatchTarget(result), nullptr);
+    });
+    gtk_box_append(GTK_BOX(column), m_search->build(header, page));
     gtk_box_append(GTK_BOX(column), status);
     adw_window_set_content(ADW_WINDOW(m_window), column);
 
@@ -167,6 +172,9 @@ void PMReaderWindow::build(const KCSize& size)
         if (modifiers & (GDK_CONTROL_MASK | GDK_ALT_MASK))
             return FALSE;
         auto* self = static_cast<PMReaderWindow*>(data);
+        // Keys typed into the search entry stay there.
+        if (GtkWidget* focus = gtk_root_get_focus(GTK_ROOT(self->m_window)); focus && GTK_IS_EDITABLE(focus))
+            return FALSE;
         // Right-to-left pages go on to the left.
         const int rightward = self->m_state.rightToLeft ? -1 : 1;
         switch (key) {
@@ -232,6 +240,16 @@ PMReadingPosition PMReaderWindow::storedPosition() const
 bool PMReaderWindow::open(const PMReadingPosition& position, KCError* error)
 {
     return show(position.spineIndex, position.path.empty() ? pageTarget(0) : pathTarget(position.path), error) && waitUntilSettled(error);
+}
+
+bool PMReaderWindow::find(const std::string& query, KCError* error)
+{
+    auto results = m_search->search(query, error);
+    if (!results)
+        return false;
+    if (results->empty())
+        return KCSetError(error, readerError(24, "\u201C" + query + "\u201D was not found"));
+    return show(results->front().spineIndex, PMReaderMatchTarget(results->front()), error) && waitUntilSettled(error);
 }
 
 bool PMReaderWindow::turnPages(int count, KCError* error)

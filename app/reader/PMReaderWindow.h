@@ -7,12 +7,15 @@
 // (the other way round on right-to-left pages); a turn past a chapter's end
 // goes on in the next or previous spine item. A new window size lays the
 // chapter out again at the text that was shown.
+// Ctrl+F and the search button search the book (PMReaderSearchPanel.h); a
+// result opens its chapter at the match and selects it.
 // Every page that comes to stand is kept as the book's reading position.
-// The waiting calls (open, turnPages, writeScreenshot) let scripts drive it.
+// The waiting calls (open, turnPages, find, writeScreenshot) let scripts drive it.
 // Errors: create answers nullptr and the waiting calls false, filling *error
 // (PMReaderErrorDomain, or the engine's) when a document cannot be shown,
-// the engine stops answering or a file cannot be written.
+// the engine stops answering, a search finds nothing or a file cannot be written.
 #include "PMReaderPosition.h"
+#include "PMReaderSearchPanel.h"
 #include "book/PMBookNavigation.h"
 #include "engine/PMEngineSession.h"
 
@@ -40,6 +43,8 @@ public:
     bool open(const PMReadingPosition& position, KCError* error);
     // Turns `count` pages (back when negative), one at a time; stops at the book's ends.
     bool turnPages(int count, KCError* error);
+    // Searches the book, lists the results and shows the first one selected.
+    bool find(const std::string& query, KCError* error);
     // The window as drawn, at its size.
     bool writeScreenshot(const std::string& path, KCError* error);
     // Turns the main loop until the window is closed.
@@ -93,5 +98,6 @@ private:
     bool m_closed = false;
     std::string m_savedCFI;
     std::optional<KCError> m_positionError;
+    std::unique_ptr<PMReaderSearchPanel> m_search;
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };

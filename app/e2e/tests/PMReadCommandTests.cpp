@@ -74,7 +74,6 @@ TEST_F(ReadCommand, RefusesActionsItCannotPlay)
     } cases[] {
         {"{\"open\": 1}", "not a JSON list"},
         {"[{\"open\": 0}, {\"jump\": 3}]", "action 2: there is no action \u201Cjump\u201D"},
-        {"[{\"find\": \"porridge\"}]", "action 1: \u201Cfind\u201D is not yet supported"},
         {"[{\"open\": -1}]", "action 1: open needs a spine index"},
         {"[{\"open\": 7}]", "action 1: there is no spine document 7"},
     };
