@@ -12,10 +12,14 @@ const char* const kSearchScript = R"JS(
     var reader = window.PMReader;
     if (!reader)
         return;
+    function flattenedUnit(unit) {
+        var lower = unit.toLowerCase();
+        return lower.length === 1 ? lower : unit;
+    }
     // The body's text, blanks collapsed and lower-cased a unit at a time, with
     // the text node and offset of each of its units.
     function flattenedText() {
-        var text = '', nodes = [], offsets = [];
+        var units = [], nodes = [], offsets = [];
         var walker = document.createTreeWalker(document.body || document.documentElement, NodeFilter.SHOW_TEXT, {
             acceptNode: function(node) {
                 var parent = node.parentElement;
@@ -24,25 +28,18 @@ const char* const kSearchScript = R"JS(
         });
         for (var node = walker.nextNode(); node; node = walker.nextNode()) {
             for (var i = 0; i < node.data.length; i++) {
-                var unit = node.data[i];
-                if (/\s/.test(unit)) {
-                    if (text.endsWith(' '))
-                        continue;
-                    unit = ' ';
-                }
-                var lower = unit.toLowerCase();
-                text += lower.length === 1 ? lower : unit;
+                var blank = /\s/.test(node.data[i]);
+                if (blank && units[units.length - 1] === ' ')
+                    continue;
+                units.push(blank ? ' ' : flattenedUnit(node.data[i]));
                 nodes.push(node);
                 offsets.push(i);
             }
         }
-        return {text: text, nodes: nodes, offsets: offsets};
+        return {text: units.join(''), nodes: nodes, offsets: offsets};
     }
     function flattened(text) {
-        return text.replace(/\s+/g, ' ').split('').map(function(unit) {
-            var lower = unit.toLowerCase();
-            return lower.length === 1 ? lower : unit;
-        }).join('');
+        return text.replace(/\s+/g, ' ').split('').map(flattenedUnit).join('');
     }
     function selectMatch(match, occurrence) {
         var body = flattenedText(), needle = flattened(match);
