@@ -90,18 +90,18 @@ GtkWidget* PMReaderSearchPanel::build(GtkWidget* header, GtkWidget* page)
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(m_results), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_results), m_list);
     gtk_widget_set_size_request(m_results, kResultsWidth, -1);
-    gtk_widget_set_halign(m_results, GTK_ALIGN_END);
     gtk_widget_add_css_class(m_results, "background");
     gtk_widget_set_visible(m_results, FALSE);
 
-    // The results lie over the page, so that the page keeps its width and its page.
-    GtkWidget* overlay = gtk_overlay_new();
-    gtk_widget_set_vexpand(overlay, TRUE);
-    gtk_overlay_set_child(GTK_OVERLAY(overlay), page);
-    gtk_overlay_add_overlay(GTK_OVERLAY(overlay), m_results);
+    // The results beside the page: the page narrows and lays itself out again.
+    GtkWidget* body = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    gtk_widget_set_vexpand(body, TRUE);
+    gtk_widget_set_hexpand(page, TRUE);
+    gtk_box_append(GTK_BOX(body), page);
+    gtk_box_append(GTK_BOX(body), m_results);
     GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_box_append(GTK_BOX(column), m_bar);
-    gtk_box_append(GTK_BOX(column), overlay);
+    gtk_box_append(GTK_BOX(column), body);
 
     GtkEventController* shortcuts = gtk_shortcut_controller_new();
     gtk_shortcut_controller_set_scope(GTK_SHORTCUT_CONTROLLER(shortcuts), GTK_SHORTCUT_SCOPE_GLOBAL);
@@ -115,6 +115,11 @@ GtkWidget* PMReaderSearchPanel::build(GtkWidget* header, GtkWidget* page)
         gtk_shortcut_new(gtk_shortcut_trigger_parse_string("<Control>f"), reveal));
     gtk_widget_add_controller(column, shortcuts);
     return column;
+}
+
+bool PMReaderSearchPanel::resultsShown() const
+{
+    return gtk_widget_get_visible(m_results);
 }
 
 void PMReaderSearchPanel::entryChanged()

@@ -1,7 +1,7 @@
 #pragma once
 // The reader's search bar and results: a search button in the header bar
 // and Ctrl+F reveal a search entry under it; a query's results are listed
-// over the page's right side, grouped under their chapters' titles, each
+// beside the page, on its right, grouped under their chapters' titles, each
 // its sentence with the match in bold. The first search reads or builds the
 // book's filter and says how far the building has come. Activating a result
 // hands it to the window.
@@ -27,8 +27,9 @@ public:
     PMReaderSearchPanel& operator=(const PMReaderSearchPanel&) = delete;
 
     // Puts the search button in `header` and answers what takes the page's
-    // place in the window: the search bar above the page, the results over it.
+    // place in the window: the search bar above the page, the results beside it.
     GtkWidget* build(GtkWidget* header, GtkWidget* page);
+    bool resultsShown() const;
     // Shows the query in the bar and lists its results.
     std::optional<std::vector<PMReaderSearchResult>> search(const std::string& query, KCError* error);
 

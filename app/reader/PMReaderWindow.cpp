@@ -16,6 +16,7 @@
 namespace {
 
 constexpr double kWaitSeconds = 60;
+constexpr double kRelayoutSeconds = 3;
 constexpr double kEdgeFraction = 0.15;  // of the page's width, on either side, turns a page on a click
 constexpr double kZoomStep = 1.1;
 
@@ -120,6 +121,7 @@ void PMReaderWindow::build(const KCSize& size)
         G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
             auto* self = static_cast<PMReaderWindow*>(data);
             char* text = jsc_value_to_string(value);
+            ++self->m_relayouts;
             if (text && !self->m_busy)
                 self->settle(text);
             g_free(text);
@@ -244,11 +246,18 @@ bool PMReaderWindow::open(const PMReadingPosition& position, KCError* error)
 
 bool PMReaderWindow::find(const std::string& query, KCError* error)
 {
+    const bool listedBefore = m_search->resultsShown();
+    const int relayouts = m_relayouts;
     auto results = m_search->search(query, error);
     if (!results)
         return false;
     if (results->empty())
         return KCSetError(error, readerError(24, "\u201C" + query + "\u201D was not found"));
+    // The list narrows the page: the match's page is known once the page has laid itself out again.
+    // A page that keeps its width (a window too narrow to give) is shown at once.
+    if (!listedBefore && !m_session.view->runUntil([&] { return m_relayouts != relayouts; }, kRelayoutSeconds)
+        && !m_session.view->webProcessTerminated())
+        m_session.view->clearFailure();
     return show(results->front().spineIndex, PMReaderMatchTarget(results->front()), error) && waitUntilSettled(error);
 }
 

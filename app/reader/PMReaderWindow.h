@@ -95,6 +95,7 @@ private:
     std::optional<size_t> m_loadedSpineIndex;  // the document in the view
     std::optional<std::string> m_pendingTarget;  // shown once the document has loaded
     bool m_busy = false;
+    int m_relayouts = 0;  // the page's own lay-outs after a new size
     bool m_closed = false;
     std::string m_savedCFI;
     std::optional<KCError> m_positionError;
