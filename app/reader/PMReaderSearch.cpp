@@ -41,13 +41,18 @@ std::optional<std::vector<PMReaderSearchResult>> PMReaderSearch::find(const std:
     auto found = PMSearchBook(*m_engine, m_library.get(), query, error);
     if (!found)
         return std::nullopt;
+    return PMReaderSearchResults(found->contexts, m_reader.book->package(), m_navigation);
+}
+
+std::vector<PMReaderSearchResult> PMReaderSearchResults(const std::vector<PMSearchContext>& contexts, const PMPackage& package,
+    const PMBookNavigation& navigation)
+{
     std::vector<PMReaderSearchResult> results;
-    const auto& spine = m_reader.book->package().spine;
-    for (const auto& context : found->contexts) {
+    for (const auto& context : contexts) {
         PMReaderSearchResult result;
         result.spineIndex = context.documentIndex;
-        std::string cfi = PMReadingPosition {result.spineIndex, {}}.cfi(spine[result.spineIndex].idref);
-        result.chapterTitle = m_navigation.chapterTitleForLocation(cfi).value_or(m_reader.book->package().title);
+        const std::string& idref = result.spineIndex < package.spine.size() ? package.spine[result.spineIndex].idref : std::string();
+        result.chapterTitle = navigation.chapterTitleForLocation(PMReadingPosition {result.spineIndex, {}}.cfi(idref)).value_or(package.title);
         std::u16string sentence = KCUTF16FromUTF8(context.context);
         const size_t start = std::min<size_t>(context.rangeLocation, sentence.size());
         const size_t length = std::min<size_t>(context.rangeLength, sentence.size() - start);
@@ -59,3 +64,4 @@ std::optional<std::vector<PMReaderSearchResult>> PMReaderSearch::find(const std:
     }
     return results;
 }
+

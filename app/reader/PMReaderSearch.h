@@ -29,6 +29,12 @@ struct PMReaderSearchResult {
     std::string match() const { return sentence.substr(matchStart, matchLength); }
 };
 
+// The engine's contexts (in spine order) as results: chapter titles from the
+// navigation (the book's title without one), match ranges in UTF-8, matches
+// numbered within their chapter.
+std::vector<PMReaderSearchResult> PMReaderSearchResults(const std::vector<PMSearchContext>& contexts, const PMPackage& package,
+    const PMBookNavigation& navigation);
+
 class PMReaderSearch {
 public:
     // `reader` is the reader's session: its book is opened again for the search's own view.
