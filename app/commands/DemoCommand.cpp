@@ -50,7 +50,7 @@ int runDemoCommand(const std::vector<std::string>& args)
               << session->book->contentsPath() << ")\n\n";
 
     out << "Indexing every document with the plug-in's filter task...\n";
-    auto library = PMIndexBook(*session, false, &error);
+    auto library = PMIndexBook(*session, {}, &error);
     if (!library)
         return PMFail(error.message);
     std::string libraryPath = PMDefaultLibraryPath(*session);

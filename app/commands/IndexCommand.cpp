@@ -23,7 +23,7 @@ int runIndexCommand(const std::vector<std::string>& args)
     if (!session)
         return status;
     KCError error;
-    auto library = PMIndexBook(*session, true, &error);
+    auto library = PMIndexBook(*session, PMPrintIndexProgress, &error);
     if (!library)
         return PMFail(error.message);
     std::string path = arguments.option("output").value_or(PMDefaultLibraryPath(*session));

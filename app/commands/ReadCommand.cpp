@@ -80,9 +80,10 @@ PMCommandRegistration registration({"read", "open a book in the reader window",
     "  The reading position is kept in the annotation store (--store; by default\n"
     "  $XDG_DATA_HOME/pagemoor/Annotations.sqlite) and restored on the next open.\n"
     "  --actions plays a JSON list of actions and exits: {\"open\": N} (spine index from 0),\n"
-    "  {\"next\": K} (back when negative), {\"screenshot\": \"FILE.png\"}, {\"quit\": true},\n"
+    "  {\"next\": K} (back when negative), {\"find\": \"TEXT\"} (the first result shown selected),\n"
+    "  {\"screenshot\": \"FILE.png\"}, {\"quit\": true},\n"
     "  {\"highlight\": \"TEXT\", \"style\": 1-5, \"underline\": BOOL, \"note\": \"NOTE\"} (in the chapter shown),\n"
-    "  {\"night\": BOOL}.\n",
+    "  {\"night\": BOOL}. Ctrl+F searches the book.\n",
     runRead});
 
 } // namespace

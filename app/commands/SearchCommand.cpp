@@ -7,8 +7,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <filesystem>
-
 namespace {
 
 int runSearchCommand(const std::vector<std::string>& args)
@@ -32,18 +30,9 @@ int runSearchCommand(const std::vector<std::string>& args)
     std::shared_ptr<KCLibraryFragmentFilter> library;
     if (!arguments.flag("all")) {
         std::string path = arguments.option("library").value_or(PMDefaultLibraryPath(*session));
-        if (std::filesystem::exists(path)) {
-            auto archive = PMReadBinaryFile(path);
-            library = archive ? KCLibraryFragmentFilter::unarchivedFilter(*archive) : nullptr;
-            if (!library)
-                return PMFail(path + " is not an archived library fragment filter");
-        } else {
-            library = PMIndexBook(*session, true, &error);
-            if (!library)
-                return PMFail(error.message);
-            if (!PMWriteFileAtomically(path, KCKeyedArchiver::archivedDataWithRootObject(KCValue(library))))
-                return PMFail("cannot write " + path);
-        }
+        library = PMLibraryOfBook(*session, path, PMPrintIndexProgress, &error);
+        if (!library)
+            return PMFail(error.message);
     }
 
     auto result = PMSearchBook(*session, library.get(), query, &error);

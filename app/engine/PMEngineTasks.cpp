@@ -1,18 +1,28 @@
 #include "PMEngineTasks.h"
 
 #include "Search/KCSearchFolding.h"
+#include "Utilities/KCKeyedArchive.h"
 #include "Utilities/KCStringConversion.h"
+#include "resources/PMFileReading.h"
+
+#include <glib.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 
-std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, bool showProgress, KCError* error)
+void PMPrintIndexProgress(size_t done, size_t total, const std::string& href)
+{
+    std::cerr << "indexing " << done + 1 << "/" << total << " " << href << '\n';
+}
+
+std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, const PMIndexProgress& progress, KCError* error)
 {
     // The sizing that the plug-in uses for each document.
     auto library = std::make_shared<KCLibraryFragmentFilter>(KCLibraryFilterSpecification {1.0, 1, 4});
     for (size_t index = 0; index < session.documentCount(); ++index) {
-        if (showProgress)
-            std::cerr << "indexing " << index + 1 << "/" << session.documentCount() << " " << session.href(index) << '\n';
+        if (progress)
+            progress(index, session.documentCount(), session.href(index));
         auto reply = session.runTask(PMDocumentTask::bloomFilter(index), error);
         if (!reply)
             return nullptr;
@@ -23,6 +33,29 @@ std::shared_ptr<KCLibraryFragmentFilter> PMIndexBook(PMEngineSession& session, b
             return nullptr;
         }
         library->addFilter(filter, KCValue(static_cast<uint64_t>(index)));
+    }
+    return library;
+}
+
+std::shared_ptr<KCLibraryFragmentFilter> PMLibraryOfBook(PMEngineSession& session, const std::string& path, const PMIndexProgress& progress, KCError* error)
+{
+    if (std::filesystem::exists(path)) {
+        auto archive = PMReadWholeFile(path, error);
+        auto library = archive ? KCLibraryFragmentFilter::unarchivedFilter(*archive) : nullptr;
+        if (!library)
+            KCSetError(error, PMEngineError(path + " is not an archived library fragment filter"));
+        return library;
+    }
+    auto library = PMIndexBook(session, progress, error);
+    if (!library)
+        return nullptr;
+    // GLib writes through a temporary file and a rename: a failed write leaves no torn archive.
+    KCData archive = KCKeyedArchiver::archivedDataWithRootObject(KCValue(library));
+    GError* failure = nullptr;
+    if (!g_file_set_contents(path.c_str(), reinterpret_cast<const char*>(archive.data()), static_cast<gssize>(archive.size()), &failure)) {
+        KCSetError(error, PMEngineError("cannot write " + path + ": " + (failure ? failure->message : "")));
+        g_clear_error(&failure);
+        return nullptr;
     }
     return library;
 }

@@ -13,7 +13,6 @@ struct ActionKind {
     const char* name;
     // What is wrong with the argument, or nothing.
     std::optional<std::string> (*check)(const nlohmann::ordered_json& argument);
-    // Null while the action is not yet supported.
     std::function<Outcome(PMReaderWindow&, const PMReaderAction&, KCError*)> play;
     // What is wrong with the other members, or nothing; none allowed without it.
     std::optional<std::string> (*checkOptions)(const nlohmann::ordered_json& options) = nullptr;
@@ -38,11 +37,19 @@ std::optional<std::string> pageCount(const nlohmann::ordered_json& argument)
     return "needs a whole number of pages";
 }
 
+bool isText(const nlohmann::ordered_json& argument)
+{
+    return argument.is_string() && !argument.get<std::string>().empty();
+}
+
 std::optional<std::string> fileName(const nlohmann::ordered_json& argument)
 {
-    if (argument.is_string() && !argument.get<std::string>().empty())
-        return std::nullopt;
-    return "needs a file name";
+    return isText(argument) ? std::nullopt : std::optional<std::string>("needs a file name");
+}
+
+std::optional<std::string> searchText(const nlohmann::ordered_json& argument)
+{
+    return isText(argument) ? std::nullopt : std::optional<std::string>("needs the text to search for");
 }
 
 std::optional<std::string> anything(const nlohmann::ordered_json&)
@@ -52,9 +59,7 @@ std::optional<std::string> anything(const nlohmann::ordered_json&)
 
 std::optional<std::string> text(const nlohmann::ordered_json& argument)
 {
-    if (argument.is_string() && !argument.get<std::string>().empty())
-        return std::nullopt;
-    return "needs the text to highlight";
+    return isText(argument) ? std::nullopt : std::optional<std::string>("needs the text to highlight");
 }
 
 std::optional<std::string> trueOrFalse(const nlohmann::ordered_json& argument)
@@ -103,7 +108,9 @@ const std::vector<ActionKind>& actionKinds()
             return outcome(window.writeScreenshot(action.argument.get<std::string>(), error));
         }},
         {"quit", anything, [](PMReaderWindow&, const PMReaderAction&, KCError*) { return Outcome::Stop; }},
-        {"find", anything, nullptr},
+        {"find", searchText, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            return outcome(window.find(action.argument.get<std::string>(), error));
+        }},
         {"highlight", text, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
             return outcome(window.highlight(action.argument.get<std::string>(), highlightStyle(action.options), error));
         }, highlightOptions},
@@ -150,10 +157,6 @@ std::optional<std::vector<PMReaderAction>> PMParseReaderActions(std::string_view
             fail(error, index, "there is no action \u201C" + name + "\u201D");
             return std::nullopt;
         }
-        if (!kind->play) {
-            fail(error, index, "\u201C" + name + "\u201D is not yet supported");
-            return std::nullopt;
-        }
         const nlohmann::ordered_json& argument = object.begin().value();
         if (auto problem = kind->check(argument)) {
             fail(error, index, name + " " + *problem);
@@ -178,7 +181,7 @@ bool PMPlayReaderActions(PMReaderWindow& window, const std::vector<PMReaderActio
     for (size_t index = 0; index < actions.size(); ++index) {
         const ActionKind* kind = kindNamed(actions[index].name);
         KCError reason;
-        Outcome played = kind && kind->play ? kind->play(window, actions[index], &reason) : Outcome::Failed;
+        Outcome played = kind ? kind->play(window, actions[index], &reason) : Outcome::Failed;
         if (played == Outcome::Stop)
             return true;
         if (played == Outcome::Failed)

@@ -3,6 +3,8 @@
 // named by its first member, played one after another:
 //   {"open": N}             the spine document N (from 0) at its first page
 //   {"next": K}             K pages on (back when negative)
+//   {"find": "text"}        searches the book, lists the results and shows
+//                           the first one selected; fails when there is none
 //   {"screenshot": "F.png"} the window as drawn, into a PNG file
 //   {"highlight": "text", "style": S, "underline": false, "note": "N"}
 //                           highlights the text's first occurrence in the
@@ -10,7 +12,6 @@
 //                           underline and note optional)
 //   {"night": true}         reads by night (false: by day)
 //   {"quit": true}          stops playing
-// "find" is known but not yet supported.
 // Errors: parse answers nothing and fills *error (PMReaderErrorDomain) for
 // text that is not such a list, naming the action at fault; play answers
 // false with the failing action's reason.

@@ -1,7 +1,8 @@
 #include "PMReaderHighlightScript.h"
 
+#include "PMReaderPageScript.h"
+
 #include <nlohmann/json.hpp>
-#include <webkit/webkit.h>
 
 namespace {
 
@@ -124,10 +125,7 @@ const char* const kHighlightScript = R"JS(
 
 void PMInstallReaderHighlightScript(WebKitWebView* view)
 {
-    WebKitUserScript* script = webkit_user_script_new(kHighlightScript, WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
-        WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, nullptr, nullptr);
-    webkit_user_content_manager_add_script(webkit_web_view_get_user_content_manager(view), script);
-    webkit_user_script_unref(script);
+    PMAddReaderPageScript(view, kHighlightScript);
 }
 
 std::string PMReaderFindScript(const std::string& text)

@@ -161,7 +161,12 @@ const char* const kReaderScript = R"JS(
 
 void PMInstallReaderPageScript(WebKitWebView* view)
 {
-    WebKitUserScript* script = webkit_user_script_new(kReaderScript, WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
+    PMAddReaderPageScript(view, kReaderScript);
+}
+
+void PMAddReaderPageScript(WebKitWebView* view, const char* source)
+{
+    WebKitUserScript* script = webkit_user_script_new(source, WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
         WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, nullptr, nullptr);
     webkit_user_content_manager_add_script(webkit_web_view_get_user_content_manager(view), script);
     webkit_user_script_unref(script);

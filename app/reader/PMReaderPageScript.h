@@ -21,6 +21,9 @@ typedef struct _WebKitWebView WebKitWebView;
 inline constexpr const char* PMReaderStateMessageHandler = "pagemoorReader";
 
 void PMInstallReaderPageScript(WebKitWebView* view);
+// A script of the reader's in every page's top frame, run at the document's
+// start after those added before it.
+void PMAddReaderPageScript(WebKitWebView* view, const char* source);
 
 // The script that shows `target` (a JSON object as above) and answers the state.
 std::string PMReaderShowScript(const std::string& targetJSON);

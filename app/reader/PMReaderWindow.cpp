@@ -3,6 +3,7 @@
 #include "PMReaderHighlightPopover.h"
 #include "PMReaderHighlightScript.h"
 #include "PMReaderPageScript.h"
+#include "PMReaderSearchScript.h"
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringConversion.h"
@@ -18,6 +19,7 @@
 namespace {
 
 constexpr double kWaitSeconds = 60;
+constexpr double kRelayoutSeconds = 3;
 constexpr double kEdgeFraction = 0.15;  // of the page's width, on either side, turns a page on a click
 constexpr double kZoomStep = 1.1;
 
@@ -127,6 +129,7 @@ void PMReaderWindow::build(const KCSize& size)
     WebKitWebView* webView = m_session.view->webView();
     PMInstallReaderPageScript(webView);
     PMInstallReaderHighlightScript(webView);
+    PMInstallReaderSearchScript(webView);
     WebKitUserContentManager* scripts = webkit_web_view_get_user_content_manager(webView);
     webkit_user_content_manager_register_script_message_handler(scripts, PMHighlightMessageHandler, nullptr);
     g_signal_connect(scripts, (std::string("script-message-received::") + PMHighlightMessageHandler).c_str(),
@@ -141,6 +144,7 @@ void PMReaderWindow::build(const KCSize& size)
         G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
             auto* self = static_cast<PMReaderWindow*>(data);
             char* text = jsc_value_to_string(value);
+            ++self->m_relayouts;
             if (text && !self->m_busy)
                 self->settle(text);
             g_free(text);
@@ -180,7 +184,10 @@ void PMReaderWindow::build(const KCSize& size)
 
     GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_box_append(GTK_BOX(column), header);
-    gtk_box_append(GTK_BOX(column), page);
+    m_search = std::make_unique<PMReaderSearchPanel>(m_session, m_navigation, [this](const PMReaderSearchResult& result) {
+        show(result.spineIndex, PMReaderMatchTarget(result), nullptr);
+    });
+    gtk_box_append(GTK_BOX(column), m_search->build(header, page));
     gtk_box_append(GTK_BOX(column), status);
     adw_window_set_content(ADW_WINDOW(m_window), column);
 
@@ -190,6 +197,9 @@ void PMReaderWindow::build(const KCSize& size)
         if (modifiers & (GDK_CONTROL_MASK | GDK_ALT_MASK))
             return FALSE;
         auto* self = static_cast<PMReaderWindow*>(data);
+        // Keys typed into the search entry stay there.
+        if (GtkWidget* focus = gtk_root_get_focus(GTK_ROOT(self->m_window)); focus && GTK_IS_EDITABLE(focus))
+            return FALSE;
         // Right-to-left pages go on to the left.
         const int rightward = self->m_state.rightToLeft ? -1 : 1;
         switch (key) {
@@ -255,6 +265,23 @@ PMReadingPosition PMReaderWindow::storedPosition() const
 bool PMReaderWindow::open(const PMReadingPosition& position, KCError* error)
 {
     return show(position.spineIndex, position.path.empty() ? pageTarget(0) : pathTarget(position.path), error) && waitUntilSettled(error);
+}
+
+bool PMReaderWindow::find(const std::string& query, KCError* error)
+{
+    const bool listedBefore = m_search->resultsShown();
+    const int relayouts = m_relayouts;
+    auto results = m_search->search(query, error);
+    if (!results)
+        return false;
+    if (results->empty())
+        return KCSetError(error, readerError(27, "\u201C" + query + "\u201D was not found"));
+    // The list narrows the page: the match's page is known once the page has laid itself out again.
+    // A page that keeps its width (a window too narrow to give) is shown at once.
+    if (!listedBefore && !m_session.view->runUntil([&] { return m_relayouts != relayouts; }, kRelayoutSeconds)
+        && !m_session.view->webProcessTerminated())
+        m_session.view->clearFailure();
+    return show(results->front().spineIndex, PMReaderMatchTarget(results->front()), error) && waitUntilSettled(error);
 }
 
 bool PMReaderWindow::turnPages(int count, KCError* error)

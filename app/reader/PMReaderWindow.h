@@ -7,17 +7,21 @@
 // (the other way round on right-to-left pages); a turn past a chapter's end
 // goes on in the next or previous spine item. A new window size lays the
 // chapter out again at the text that was shown.
+// Ctrl+F and the search button search the book (PMReaderSearchPanel.h); a
+// result opens its chapter at the match and selects it.
 // Every page that comes to stand is kept as the book's reading position.
 // Highlights of the book are drawn whenever a chapter is shown; a click on
 // one opens its popover. A header-bar switch reads at night: the page light
 // on dark, highlights in their night colours.
-// The waiting calls (open, turnPages, highlight, switchNight,
+// The waiting calls (open, turnPages, find, highlight, switchNight,
 // writeScreenshot) let scripts drive it.
 // Errors: create answers nullptr and the waiting calls false, filling *error
 // (PMReaderErrorDomain, or the engine's) when a document cannot be shown,
-// the engine stops answering or a file cannot be written.
+// the engine stops answering, a search finds nothing or a file cannot be
+// written.
 #include "PMReaderHighlights.h"
 #include "PMReaderPosition.h"
+#include "PMReaderSearchPanel.h"
 #include "book/PMBookNavigation.h"
 #include "engine/PMEngineSession.h"
 
@@ -45,6 +49,8 @@ public:
     bool open(const PMReadingPosition& position, KCError* error);
     // Turns `count` pages (back when negative), one at a time; stops at the book's ends.
     bool turnPages(int count, KCError* error);
+    // Searches the book, lists the results and shows the first one selected.
+    bool find(const std::string& query, KCError* error);
     // Highlights the first occurrence of the text in the chapter shown and keeps it.
     bool highlight(const std::string& text, const PMHighlightStyle& style, KCError* error);
     // Reads by night or by day; waits until the page is drawn again.
@@ -111,8 +117,10 @@ private:
     GtkWidget* m_nightButton = nullptr;
     GtkWidget* m_highlightPopover = nullptr;  // weak; the view is its parent while it is open
     int m_redrawing = 0;
+    int m_relayouts = 0;  // the page's own lay-outs after a new size
     bool m_closed = false;
     std::string m_savedCFI;
     std::optional<KCError> m_positionError;
+    std::unique_ptr<PMReaderSearchPanel> m_search;
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };

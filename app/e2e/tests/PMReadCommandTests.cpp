@@ -116,6 +116,35 @@ TEST_F(ReadCommand, KeepsAHighlightAndDrawsItByDayAndByNight)
     }
 }
 
+// The library filter is built on the first search; the first result opens selected.
+TEST_F(ReadCommand, FindsAPhraseAndOpensItsChapter)
+{
+    std::string results = m_scratch.file("results.png");
+    PMProgramResult found = read(m_book, R"([{"find": "guardian spirit"}, {"screenshot": ")" + results + R"("}, {"quit": true}])");
+    ASSERT_EQ(found.status, 0) << found.err;
+    auto shot = PMTestPNGImageOfFile(results);
+    ASSERT_TRUE(shot);
+    // The results list on the right: the one result under the search bar, blank below it where the page would have text.
+    auto darkPixels = [&](int top, int bottom) {
+        int dark = 0;
+        for (int y = top; y < bottom; ++y) {
+            for (int x = shot->width - 300; x < shot->width - 20; ++x)
+                dark += shot->at(x, y)[0] < 128;
+        }
+        return dark;
+    };
+    EXPECT_GT(darkPixels(100, 200), 200) << "no results are listed";
+    EXPECT_LT(darkPixels(300, 500), 20) << "the page shows where the results should be";
+
+    PMProgramResult stored = PMRunPagemoor("annotations --store '" + m_store + "' list --asset http://www.gutenberg.org/ebooks/25545");
+    ASSERT_EQ(stored.status, 0) << stored.err;
+    EXPECT_NE(stored.out.find("type 3\tstyle 0\tlocation epubcfi(/6/6[s04]!/4/"), std::string::npos) << stored.out;
+
+    PMProgramResult absent = read(m_book, R"([{"find": "porridge of moonbeams"}])");
+    EXPECT_NE(absent.status, 0);
+    EXPECT_NE(absent.err.find("action 1: \u201Cporridge of moonbeams\u201D was not found"), std::string::npos) << absent.err;
+}
+
 TEST_F(ReadCommand, RefusesActionsItCannotPlay)
 {
     const struct {
@@ -124,7 +153,6 @@ TEST_F(ReadCommand, RefusesActionsItCannotPlay)
     } cases[] {
         {"{\"open\": 1}", "not a JSON list"},
         {"[{\"open\": 0}, {\"jump\": 3}]", "action 2: there is no action \u201Cjump\u201D"},
-        {"[{\"find\": \"porridge\"}]", "action 1: \u201Cfind\u201D is not yet supported"},
         {"[{\"open\": -1}]", "action 1: open needs a spine index"},
         {"[{\"open\": 7}]", "action 1: there is no spine document 7"},
         {"[{\"highlight\": \"Hans\", \"style\": 6}]", "action 1: highlight \u201Cstyle\u201D is not a style"},
