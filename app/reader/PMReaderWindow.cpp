@@ -270,13 +270,14 @@ bool PMReaderWindow::open(const PMReadingPosition& position, KCError* error)
 bool PMReaderWindow::find(const std::string& query, KCError* error)
 {
     const bool listedBefore = m_search->resultsShown();
-    const int relayouts = m_relayouts;
     auto results = m_search->search(query, error);
     if (!results)
         return false;
     if (results->empty())
         return KCSetError(error, readerError(27, "\u201C" + query + "\u201D was not found"));
-    // The list narrows the page: the match's page is known once the page has laid itself out again.
+    // The list, shown as the search ends, narrows the page: the match's page is known once the
+    // page has laid itself out again. (The search bar's own lay-outs came while the search ran.)
+    const int relayouts = m_relayouts;
     // A page that keeps its width (a window too narrow to give) is shown at once.
     if (!listedBefore && !m_session.view->runUntil([&] { return m_relayouts != relayouts; }, kRelayoutSeconds)
         && !m_session.view->webProcessTerminated())
