@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             || (action.name == "open" && argument.is_number_unsigned())
             || (action.name == "next" && argument.is_number_integer()
                 && std::abs(argument.get<double>()) <= std::numeric_limits<int>::max())
-            || (action.name == "screenshot" && argument.is_string() && !argument.get<std::string>().empty())
+            || ((action.name == "screenshot" || action.name == "find") && argument.is_string() && !argument.get<std::string>().empty())
             || (action.name == "highlight" && argument.is_string() && !argument.get<std::string>().empty()
                 && action.options.value("style", 3) >= 1 && action.options.value("style", 3) <= 5)
             || (action.name == "night" && argument.is_boolean());
