@@ -11,7 +11,8 @@ const char* const kHighlightScript = R"JS(
     var drawn = [];
     var nightSheet = 'html, body { background-color: #1c1c1c !important; color: #dcdcdc !important; }\n'
         + 'body * { color: inherit !important; background-color: transparent !important; border-color: #5c5c5c !important; }\n'
-        + 'a, a * { color: #8fb8ff !important; }';
+        + 'a, a * { color: #8fb8ff !important; }\n'
+        + '::selection { background-color: #4a5a70 !important; color: #ffffff !important; }';
     function sheet(id) {
         var element = document.getElementById(id);
         if (!element) {
