@@ -12,11 +12,6 @@
 
 namespace {
 
-KCError readerError(int code, const std::string& message)
-{
-    return {"PMReaderErrorDomain", code, message};
-}
-
 std::vector<std::string> stepsOf(const std::string& path)
 {
     std::vector<std::string> steps;
@@ -135,7 +130,7 @@ std::shared_ptr<TNAnnotation> PMReaderHighlights::add(const PMFoundText& found, 
 {
     auto annotation = TNAnnotation::insertAnnotationWithAssetID(m_assetID, std::nullopt, std::nullopt, m_context.get());
     if (!annotation) {
-        KCSetError(error, readerError(40, "could not make an annotation"));
+        KCSetError(error, {"PMReaderErrorDomain", 40, "could not make an annotation"});
         return nullptr;
     }
     PMSentence sentence = PMSentenceAround(found.blockText, {found.offset, found.text.size()});
@@ -164,7 +159,7 @@ bool PMReaderHighlights::edit(std::u16string_view uuid, const PMHighlightEdit& e
     auto annotation = this->annotation(uuid);
     if (!annotation) {
         KCLog("No highlight %@ to change", KCUTF8FromUTF16(uuid));
-        return KCSetError(error, readerError(41, "the highlight is gone"));
+        return KCSetError(error, {"PMReaderErrorDomain", 41, "the highlight is gone"});
     }
     if (edit.style)
         annotation->setAnnotationStyle(*edit.style);
@@ -216,5 +211,5 @@ bool PMReaderHighlights::save(KCError* error)
     if (m_store.saveManagedObjectContext(*m_context))
         return true;
     KCLog("Could not keep the highlights in the annotation store");
-    return KCSetError(error, readerError(42, "could not save the highlight in the annotation store"));
+    return KCSetError(error, {"PMReaderErrorDomain", 42, "could not save the highlight in the annotation store"});
 }

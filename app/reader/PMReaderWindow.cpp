@@ -23,11 +23,6 @@ constexpr double kRelayoutSeconds = 3;
 constexpr double kEdgeFraction = 0.15;  // of the page's width, on either side, turns a page on a click
 constexpr double kZoomStep = 1.1;
 
-KCError readerError(int code, const std::string& message)
-{
-    return {"PMReaderErrorDomain", code, message};
-}
-
 std::string pageTarget(int page)
 {
     return nlohmann::json {{"page", page}}.dump();
@@ -59,7 +54,7 @@ std::unique_ptr<PMReaderWindow> PMReaderWindow::create(PMEngineSession& session,
     const KCSize& size, KCError* error)
 {
     if (!session.view) {
-        KCSetError(error, readerError(20, "the engine is not running"));
+        KCSetError(error, {"PMReaderErrorDomain", 20, "the engine is not running"});
         return nullptr;
     }
     std::unique_ptr<PMReaderWindow> window(new PMReaderWindow(session, std::move(positions)));
@@ -274,7 +269,7 @@ bool PMReaderWindow::find(const std::string& query, KCError* error)
     if (!results)
         return false;
     if (results->empty())
-        return KCSetError(error, readerError(27, "\u201C" + query + "\u201D was not found"));
+        return KCSetError(error, {"PMReaderErrorDomain", 27, "\u201C" + query + "\u201D was not found"});
     // The list, shown as the search ends, narrows the page: the match's page is known once the
     // page has laid itself out again. (The search bar's own lay-outs came while the search ran.)
     const int relayouts = m_relayouts;
@@ -363,7 +358,7 @@ bool PMReaderWindow::waitForRedraw(KCError* error)
 {
     if (m_session.view->runUntil([this] { return m_redrawing == 0; }, kWaitSeconds))
         return true;
-    return KCSetError(error, readerError(24, "the page was not drawn again"));
+    return KCSetError(error, {"PMReaderErrorDomain", 24, "the page was not drawn again"});
 }
 
 void PMReaderWindow::setNight(bool night)
@@ -385,14 +380,14 @@ bool PMReaderWindow::switchNight(bool night, KCError* error)
 bool PMReaderWindow::highlight(const std::string& text, const PMHighlightStyle& style, KCError* error)
 {
     if (!m_highlights || !m_stateKnown || !m_loadedSpineIndex)
-        return KCSetError(error, readerError(25, "no chapter is shown to highlight in"));
+        return KCSetError(error, {"PMReaderErrorDomain", 25, "no chapter is shown to highlight in"});
     auto answer = std::make_shared<std::optional<std::string>>();
     runInPage("return " + PMReaderFindScript(text) + ";", [answer](const std::string& result) { *answer = result; });
     if (!m_session.view->runUntil([&] { return answer->has_value(); }, kWaitSeconds))
-        return KCSetError(error, readerError(24, "the page did not answer"));
+        return KCSetError(error, {"PMReaderErrorDomain", 24, "the page did not answer"});
     auto found = PMFoundText::fromJSON(**answer);
     if (!found)
-        return KCSetError(error, readerError(26, "there is no \u201C" + text + "\u201D in this chapter"));
+        return KCSetError(error, {"PMReaderErrorDomain", 26, "there is no \u201C" + text + "\u201D in this chapter"});
     // Printed pages count only in a book that lists them.
     if (m_navigation.pageList().empty())
         found->page.reset();
@@ -513,7 +508,7 @@ bool PMReaderWindow::waitUntilSettled(KCError* error)
 {
     if (m_session.view->runUntil([this] { return !m_busy; }, kWaitSeconds) && m_stateKnown && !m_session.view->failure())
         return true;
-    KCSetError(error, readerError(21, m_session.view->failure().value_or("the page did not come to stand")));
+    KCSetError(error, {"PMReaderErrorDomain", 21, m_session.view->failure().value_or("the page did not come to stand")});
     return false;
 }
 
@@ -548,7 +543,7 @@ bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)
     runInPage("await new Promise(function(done) { requestAnimationFrame(function() { requestAnimationFrame(done); }); }); return true;",
         [pageDrawn](const std::string&) { *pageDrawn = true; });
     if (!m_session.view->runUntil([&] { return *pageDrawn; }, kWaitSeconds))
-        return KCSetError(error, readerError(23, "the page was not drawn: " + m_session.view->failure().value_or("")));
+        return KCSetError(error, {"PMReaderErrorDomain", 23, "the page was not drawn: " + m_session.view->failure().value_or("")});
     int frames = 0;
     guint tick = gtk_widget_add_tick_callback(m_window, [](GtkWidget*, GdkFrameClock*, gpointer data) -> gboolean {
         ++*static_cast<int*>(data);
@@ -574,7 +569,7 @@ bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)
         gsk_render_node_unref(node);
     }
     if (!written)
-        KCSetError(error, readerError(22, "cannot write the screenshot " + path));
+        KCSetError(error, {"PMReaderErrorDomain", 22, "cannot write the screenshot " + path});
     return written;
 }
 
