@@ -3,7 +3,7 @@
 #include "app/PMCommand.h"
 
 std::unique_ptr<PMEngineSession> PMStartEngineSession(const std::string& epubPath, const KCSize& viewSize, bool verbose, int* status,
-    const PMEngineArgumentCheck& check, bool paginated)
+    const PMEngineArgumentCheck& check, bool forReaderWindow)
 {
     KCError error;
     auto session = PMEngineSession::openBook(epubPath, &error);
@@ -13,7 +13,7 @@ std::unique_ptr<PMEngineSession> PMStartEngineSession(const std::string& epubPat
             *status = *prepared;
             return nullptr;
         }
-        if (session->startEngine(viewSize, &error, paginated))
+        if (forReaderWindow ? session->beginEngineForReader(viewSize, &error) : session->startEngine(viewSize, &error))
             return session;
         problem = error.message;
     }

@@ -14,6 +14,7 @@
 using PMEngineArgumentCheck = std::function<std::optional<std::string>(const PMEngineSession&)>;
 
 // The session with its engine running, or nothing once the reason is printed
-// (*status is then the exit status). Paginated pages are laid out in columns.
+// (*status is then the exit status). For the reader window the engine is
+// begun, not waited for (PMEngineSession::beginEngineForReader).
 std::unique_ptr<PMEngineSession> PMStartEngineSession(const std::string& epubPath, const KCSize& viewSize, bool verbose, int* status,
-    const PMEngineArgumentCheck& check = {}, bool paginated = false);
+    const PMEngineArgumentCheck& check = {}, bool forReaderWindow = false);

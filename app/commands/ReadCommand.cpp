@@ -58,7 +58,7 @@ int runReadCommand(const std::vector<std::string>& args)
         KCUTF16FromUTF8(session->book->package().uniqueIdentifier));
     KCError error;
     auto window = PMReaderWindow::create(*session, std::move(positions), *size, &error);
-    if (!window || !window->open(window->storedPosition(), &error))
+    if (!window || !session->view->waitUntilStarted(&error) || !window->open(window->storedPosition(), &error))
         return PMFail(error.message);
     if (!actions)
         window->runUntilClosed();

@@ -32,19 +32,34 @@ std::unique_ptr<PMEngineSession> PMEngineSession::openBook(const std::string& ep
     return session;
 }
 
-bool PMEngineSession::startEngine(const KCSize& viewSize, KCError* error, bool paginated)
+namespace {
+
+PMReaderConfiguration engineConfiguration(const PMBook& book, const KCSize& viewSize, bool paginated, PMReaderConfiguration::Placement placement)
 {
     PMReaderConfiguration configuration;
-    configuration.book = {book->contentsPath(), book->resourceInformation(), paginated};
-    configuration.bookInfo = {{"title", KCValue::fromUTF8(book->package().title)},
-        {"creator", KCValue::fromUTF8(book->package().creator)},
-        {"language", KCValue::fromUTF8(book->package().language)}};
+    configuration.book = {book.contentsPath(), book.resourceInformation(), paginated};
+    configuration.bookInfo = {{"title", KCValue::fromUTF8(book.package().title)},
+        {"creator", KCValue::fromUTF8(book.package().creator)},
+        {"language", KCValue::fromUTF8(book.package().language)}};
     configuration.extensionDirectory = PMWebExtensionDirectory();
     configuration.viewSize = viewSize;
+    configuration.placement = placement;
+    return configuration;
+}
+
+} // namespace
+
+bool PMEngineSession::startEngine(const KCSize& viewSize, KCError* error)
+{
     // Nothing of a command is on screen: the page is laid out and drawn all
     // the same, without a window flashing up.
-    configuration.presentWindow = false;
-    view = PMReaderWebView::create(configuration, error);
+    view = PMReaderWebView::create(engineConfiguration(*book, viewSize, false, PMReaderConfiguration::Placement::Offscreen), error);
+    return view != nullptr;
+}
+
+bool PMEngineSession::beginEngineForReader(const KCSize& viewSize, KCError* error)
+{
+    view = PMReaderWebView::begin(engineConfiguration(*book, viewSize, true, PMReaderConfiguration::Placement::Hosted), error);
     return view != nullptr;
 }
 

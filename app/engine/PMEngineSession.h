@@ -21,9 +21,13 @@ struct PMEngineSession {
     // the caller can check its arguments against the book first.
     static std::unique_ptr<PMEngineSession> openBook(const std::string& epubPath, KCError* error);
     // Starts the reader web view, and with it the engine, at the size; the
-    // view's window is never presented. Paginated pages are laid out in
-    // columns of the view's width.
-    bool startEngine(const KCSize& viewSize, KCError* error, bool paginated = false);
+    // view's window is never presented.
+    bool startEngine(const KCSize& viewSize, KCError* error);
+    // Starts the engine for the reader window and returns at once: the window
+    // shows the view (view->detachWidget()) and is built while the web
+    // process starts; view->waitUntilStarted() waits for it. Pages are laid
+    // out in columns of the view's width.
+    bool beginEngineForReader(const KCSize& viewSize, KCError* error);
     size_t documentCount() const { return documentPaths.size(); }
     // The spine document's path relative to the contents path.
     const std::string& href(size_t index) const { return book->package().spine[index].path; }

@@ -33,6 +33,14 @@ std::string PMWebExtensionDirectory()
 
 std::unique_ptr<PMReaderWebView> PMReaderWebView::create(const PMReaderConfiguration& configuration, KCError* error)
 {
+    auto view = begin(configuration, error);
+    if (!view || !view->waitUntilStarted(error))
+        return nullptr;
+    return view;
+}
+
+std::unique_ptr<PMReaderWebView> PMReaderWebView::begin(const PMReaderConfiguration& configuration, KCError* error)
+{
     std::unique_ptr<PMReaderWebView> view(new PMReaderWebView);
     if (!view->start(configuration, error))
         return nullptr;
@@ -76,13 +84,25 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
     g_signal_connect(m_webView, "load-failed", G_CALLBACK(loadFailed), this);
     g_signal_connect(m_webView, "web-process-terminated", G_CALLBACK(webProcessTerminatedSignal), this);
 
+    // The web process starts with the first load: before anything of a window is made.
+    m_documentURI = "about:blank";
+    m_loadAnnounced = true;
+    webkit_web_view_load_uri(m_webView, "about:blank");
+    placeView();
+    return true;
+}
+
+void PMReaderWebView::placeView()
+{
+    if (m_configuration.placement == PMReaderConfiguration::Placement::Hosted)
+        return;
     m_window = gtk_window_new();
     g_object_ref_sink(m_window);
-    const int width = static_cast<int>(configuration.viewSize.width);
-    const int height = static_cast<int>(configuration.viewSize.height);
+    const int width = static_cast<int>(m_configuration.viewSize.width);
+    const int height = static_cast<int>(m_configuration.viewSize.height);
     gtk_window_set_default_size(GTK_WINDOW(m_window), width, height);
     gtk_window_set_child(GTK_WINDOW(m_window), GTK_WIDGET(m_webView));
-    if (configuration.presentWindow) {
+    if (m_configuration.placement == PMReaderConfiguration::Placement::Window) {
         gtk_window_present(GTK_WINDOW(m_window));
     } else {
         // An unmapped window never lays out its child; the page takes its
@@ -91,11 +111,11 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
         GtkAllocation allocation {0, 0, width, height};
         gtk_widget_size_allocate(GTK_WIDGET(m_webView), &allocation, -1);
     }
+}
 
-    m_documentURI = "about:blank";
-    m_loadAnnounced = true;
-    webkit_web_view_load_uri(m_webView, "about:blank");
-    if (!runUntil([this] { return m_pageReady && m_loadFinished; }, configuration.startTimeoutSeconds)) {
+bool PMReaderWebView::waitUntilStarted(KCError* error)
+{
+    if (!runUntil([this] { return m_pageReady && m_loadFinished; }, m_configuration.startTimeoutSeconds)) {
         KCSetError(error, {"PMReaderErrorDomain", 3, m_pageReady ? m_failure.value_or("the first page did not load")
                                                                    : "the web process extension did not start (" + m_failure.value_or("no answer") + ")"});
         return false;
@@ -125,7 +145,8 @@ PMReaderWebView::~PMReaderWebView()
 
 GtkWidget* PMReaderWebView::detachWidget()
 {
-    gtk_window_set_child(GTK_WINDOW(m_window), nullptr);
+    if (m_window)
+        gtk_window_set_child(GTK_WINDOW(m_window), nullptr);
     return GTK_WIDGET(m_webView);
 }
 

@@ -30,9 +30,12 @@ struct PMReaderConfiguration {
     KCDictionary bookInfo;
     std::string extensionDirectory;
     KCSize viewSize {600, 800};
-    // False for views that are never on screen (thumbnails, previews): the
-    // page is laid out and drawn at viewSize all the same.
-    bool presentWindow = true;
+    enum class Placement {
+        Window,     // a window of its own, presented
+        Offscreen,  // never on screen (thumbnails, previews): the page is laid out and drawn at viewSize all the same
+        Hosted,     // the caller shows the view in a window of its own (detachWidget)
+    };
+    Placement placement = Placement::Window;
     double startTimeoutSeconds = 30;
 };
 
@@ -44,6 +47,10 @@ public:
     // Nothing (with the reason) when the display, the engine or the extension
     // cannot be brought up within the start time-out.
     static std::unique_ptr<PMReaderWebView> create(const PMReaderConfiguration& configuration, KCError* error);
+    // The same without waiting for the engine: the web process starts while
+    // the caller builds its window, then waitUntilStarted waits for it.
+    static std::unique_ptr<PMReaderWebView> begin(const PMReaderConfiguration& configuration, KCError* error);
+    bool waitUntilStarted(KCError* error);
     ~PMReaderWebView();
     PMReaderWebView(const PMReaderWebView&) = delete;
     PMReaderWebView& operator=(const PMReaderWebView&) = delete;
@@ -72,13 +79,14 @@ public:
     std::optional<std::string> evaluateScript(const std::string& script, double timeoutSeconds);
 
     WebKitWebView* webView() const { return m_webView; }
-    // Takes the web view out of the view's own window so that a reader
-    // window can show it; the view keeps its own reference all the same.
+    // The web view for a reader window to show, out of the view's own window
+    // if it has one; the view keeps its own reference all the same.
     GtkWidget* detachWidget();
 
 private:
     PMReaderWebView() = default;
     bool start(const PMReaderConfiguration& configuration, KCError* error);
+    void placeView();
     void receive(const std::string& name, const KCValue& body);
     // Tells the extension that a document load starts (resource tracking
     // begins afresh for it).

@@ -63,7 +63,7 @@ protected:
         configuration.book = {m_book->contentsPath(), m_book->resourceInformation(), paginationMode};
         configuration.bookInfo = std::move(bookInfo);
         configuration.extensionDirectory = PMWebExtensionDirectory();
-        configuration.presentWindow = presentWindow;
+        configuration.placement = presentWindow ? PMReaderConfiguration::Placement::Window : PMReaderConfiguration::Placement::Offscreen;
         m_view = PMReaderWebView::create(configuration, &error);
         ASSERT_TRUE(m_view) << error.message;
         m_view->setMessageHandler([this](const std::string& name, const KCValue& body) { m_messages.push_back({name, body}); });
