@@ -6,6 +6,7 @@
 #include "reader/PMReaderActions.h"
 #include "reader/PMReaderWindow.h"
 #include "resources/PMFileReading.h"
+#include "Utilities/KCLogger.h"
 
 #include <glib.h>
 
@@ -60,6 +61,7 @@ int runReadCommand(const std::vector<std::string>& args)
     auto window = PMReaderWindow::create(*session, std::move(positions), *size, &error);
     if (!window || !session->view->waitUntilStarted(&error) || !window->open(window->storedPosition(), &error))
         return PMFail(error.message);
+    KCLog("Open at %@", window->statusText());
     if (!actions)
         window->runUntilClosed();
     else if (!PMPlayReaderActions(*window, *actions, &error))
