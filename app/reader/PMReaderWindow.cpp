@@ -553,9 +553,11 @@ bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)
     m_session.view->runUntil([&] { return frames >= 4 && g_get_monotonic_time() - start > G_USEC_PER_SEC / 5; }, 10);
     gtk_widget_remove_tick_callback(m_window, tick);
 
-    const int width = gtk_widget_get_width(m_window);
-    const int height = gtk_widget_get_height(m_window);
-    GdkPaintable* paintable = gtk_widget_paintable_new(m_window);
+    // The window's contents, not the window: a window's paintable takes in
+    // the frame's shadow and would be drawn scaled into the window's size.
+    GdkPaintable* paintable = gtk_widget_paintable_new(adw_window_get_content(ADW_WINDOW(m_window)));
+    const int width = gdk_paintable_get_intrinsic_width(paintable);
+    const int height = gdk_paintable_get_intrinsic_height(paintable);
     GtkSnapshot* snapshot = gtk_snapshot_new();
     gdk_paintable_snapshot(paintable, snapshot, width, height);
     GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
