@@ -11,6 +11,7 @@
 //                           chapter shown (style 1 to 5, by default 3;
 //                           underline and note optional)
 //   {"night": true}         reads by night (false: by day)
+//   {"sidebar": true}       shows the notes sidebar (false: hides it)
 //   {"quit": true}          stops playing
 // Errors: parse answers nothing and fills *error (PMReaderErrorDomain) for
 // text that is not such a list, naming the action at fault; play answers

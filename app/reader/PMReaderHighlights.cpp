@@ -1,6 +1,5 @@
 #include "PMReaderHighlights.h"
 
-#include "Themes/TNAnnotationTheme.h"
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringAdditions.h"
 #include "Utilities/KCStringConversion.h"
@@ -118,6 +117,14 @@ PMSentence PMSentenceAround(std::u16string_view blockText, KCRange range)
     return {block.text.substr(from, to - from), {block.selected.location - from, block.selected.length}};
 }
 
+TNThemeColor PMHighlightColor(int32_t style, bool underline, bool night)
+{
+    auto theme = TNAnnotationTheme::themeForAnnotationStyle(style, night, underline);
+    if (!theme)
+        return std::nullopt;
+    return underline ? theme->underlineColor() : theme->highlightColor();
+}
+
 PMReaderHighlights::PMReaderHighlights(TNAnnotationStoreDataSource& store, std::shared_ptr<KCManagedObjectContext> context, std::u16string assetID)
     : m_store(store)
     , m_context(std::move(context))
@@ -189,15 +196,30 @@ std::string PMReaderHighlights::drawList(size_t spineIndex, bool night) const
     for (const auto& annotation : annotations.value_or(TNAnnotation::Annotations())) {
         auto location = annotation->annotationLocation();
         auto range = location ? PMHighlightRange::fromCFI(KCUTF8FromUTF16(*location)) : std::nullopt;
-        auto theme = TNAnnotationTheme::themeForAnnotationStyle(annotation->annotationStyle(), night, annotation->annotationIsUnderline());
-        if (!range || range->spineIndex != spineIndex || !theme)
-            continue;
         const bool underline = annotation->annotationIsUnderline();
+        auto color = PMHighlightColor(annotation->annotationStyle(), underline, night);
+        if (!range || range->spineIndex != spineIndex || !color)
+            continue;
         list.push_back({{"uuid", KCUTF8FromUTF16(annotation->annotationUuid().value_or(u""))}, {"start", range->start}, {"end", range->end},
-            {"color", cssColor(underline ? theme->underlineColor() : theme->highlightColor())},
+            {"color", cssColor(color)},
             {"textColor", cssColor(TNAnnotationTheme::highlightTextColor(night))}, {"underline", underline}});
     }
     return list.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+TNAnnotation::Annotations PMReaderHighlights::newestFirst() const
+{
+    auto annotations = TNAnnotation::annotationsForPredicate(TNAnnotation::predicateForRangeAnnotationsWithAssetID(m_assetID), m_context.get())
+                           .value_or(TNAnnotation::Annotations());
+    // Newer dates first, then earlier places: the place's sign is turned.
+    auto key = [](const TNAnnotation& annotation) {
+        auto date = annotation.annotationCreationDate();
+        if (!date)
+            date = annotation.annotationModificationDate();
+        return std::pair(date.value_or(KCDate {}), -annotation.plLocationRangeStart().value_or(0));
+    };
+    std::stable_sort(annotations.begin(), annotations.end(), [&](const auto& a, const auto& b) { return key(*a) > key(*b); });
+    return annotations;
 }
 
 std::shared_ptr<TNAnnotation> PMReaderHighlights::annotation(std::u16string_view uuid) const

@@ -11,6 +11,7 @@
 // Errors: add and edit answer nothing/false, fill *error (PMReaderErrorDomain)
 // and log when the store cannot be written or the highlight is gone; a
 // location that is not such a range is not drawn.
+#include "Themes/TNAnnotationTheme.h"
 #include "TNAnnotation/TNAnnotation.h"
 #include "TNAnnotation/TNAnnotationStoreDataSource.h"
 #include "Utilities/KCError.h"
@@ -59,6 +60,10 @@ struct PMHighlightStyle {
     std::optional<std::string> note;
 };
 
+// The colour a highlight is drawn in: its theme's highlight colour, or its
+// underline colour; nothing for a style without a theme.
+TNThemeColor PMHighlightColor(int32_t style, bool underline, bool night);
+
 // A change made from the highlight itself; `remove` deletes it (softly).
 struct PMHighlightEdit {
     std::optional<int> style;
@@ -77,6 +82,9 @@ public:
     std::optional<PMHighlightStyle> styleOf(std::u16string_view uuid) const;
     // The live highlights of the spine item as PMHighlights.draw's list.
     std::string drawList(size_t spineIndex, bool night) const;
+    // The book's live highlights, the newest first: by creation date (the
+    // modification date for one without), then by place in the book.
+    TNAnnotation::Annotations newestFirst() const;
 
 private:
     std::shared_ptr<TNAnnotation> annotation(std::u16string_view uuid) const;

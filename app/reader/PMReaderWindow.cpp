@@ -82,6 +82,7 @@ PMReaderWindow::~PMReaderWindow()
     *m_alive = false;
     if (m_highlightPopover)
         gtk_widget_unparent(m_highlightPopover);
+    m_notes.reset();
     g_signal_handlers_disconnect_by_data(m_session.view->webView(), this);
     g_signal_handlers_disconnect_by_data(webkit_web_view_get_user_content_manager(m_session.view->webView()), this);
     if (m_window)
@@ -182,7 +183,14 @@ void PMReaderWindow::build(const KCSize& size)
     m_search = std::make_unique<PMReaderSearchPanel>(m_session, m_navigation, [this](const PMReaderSearchResult& result) {
         show(result.spineIndex, PMReaderMatchTarget(result), nullptr);
     });
-    gtk_box_append(GTK_BOX(column), m_search->build(header, page));
+    GtkWidget* body = m_search->build(header, page);
+    if (m_highlights) {
+        m_notes = std::make_unique<PMReaderNotesSidebar>(*m_highlights,
+            [this](const PMHighlightRange& range) { show(range.spineIndex, pathTarget(range.start), nullptr); },
+            [this](const std::u16string& uuid, const PMHighlightEdit& edit) { editHighlight(uuid, edit); });
+        body = m_notes->build(header, body);
+    }
+    gtk_box_append(GTK_BOX(column), body);
     gtk_box_append(GTK_BOX(column), status);
     adw_window_set_content(ADW_WINDOW(m_window), column);
 
@@ -351,6 +359,8 @@ std::string PMReaderWindow::decorationScript() const
 void PMReaderWindow::redraw(const std::string& before)
 {
     ++m_redrawing;
+    if (m_notes)
+        m_notes->update(m_night);
     runInPage(before + decorationScript() + "; return true;", [this](const std::string&) { --m_redrawing; });
 }
 
@@ -419,15 +429,35 @@ void PMReaderWindow::highlightClicked(const std::string& clickJSON)
         gtk_popover_popdown(GTK_POPOVER(m_highlightPopover));
     }
     m_highlightPopover = PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), line, *style, [this, uuid, alive = m_alive](const PMHighlightEdit& edit) {
-        if (!*alive)
-            return;
-        KCError error;
-        if (m_highlights->edit(uuid, edit, &error))
-            redraw();
-        else
-            KCLog("Cannot change the highlight: %@", error.message);
+        if (*alive)
+            editHighlight(uuid, edit);
     });
     g_object_add_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
+}
+
+void PMReaderWindow::editHighlight(const std::u16string& uuid, const PMHighlightEdit& edit)
+{
+    KCError error;
+    if (m_highlights->edit(uuid, edit, &error))
+        redraw();
+    else
+        KCLog("Cannot change the highlight: %@", error.message);
+}
+
+bool PMReaderWindow::showNotes(bool shown, KCError* error)
+{
+    if (!m_notes)
+        return KCSetError(error, {"PMReaderErrorDomain", 55, "there are no notes without an annotation store"});
+    if (!m_notes->reveal(shown))
+        return true;
+    if (!m_session.view->runUntil([this] { return m_notes->settled(); }, kWaitSeconds))
+        return KCSetError(error, {"PMReaderErrorDomain", 56, "the notes sidebar did not come to stand"});
+    // The page lays itself out again at its new width a moment after the last change;
+    // a page that kept its width says nothing.
+    const int relayouts = m_relayouts;
+    if (!m_session.view->runUntil([&] { return m_relayouts != relayouts; }, kRelayoutSeconds) && !m_session.view->webProcessTerminated())
+        m_session.view->clearFailure();
+    return waitUntilSettled(error);
 }
 
 void PMReaderWindow::runInPage(const std::string& body, std::function<void(const std::string& result)> done)

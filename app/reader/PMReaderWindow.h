@@ -9,17 +9,20 @@
 // chapter out again at the text that was shown.
 // Ctrl+F and the search button search the book (PMReaderSearchPanel.h); a
 // result opens its chapter at the match and selects it.
+// Ctrl+B and the notes button show the book's highlights and notes beside
+// the page (PMReaderNotesSidebar.h); a row opens its chapter at the highlight.
 // Every page that comes to stand is kept as the book's reading position.
 // Highlights of the book are drawn whenever a chapter is shown; a click on
 // one opens its popover. A header-bar switch reads at night: the page light
 // on dark, highlights in their night colours.
 // The waiting calls (open, turnPages, find, highlight, switchNight,
-// writeScreenshot) let scripts drive it.
+// showNotes, writeScreenshot) let scripts drive it.
 // Errors: create answers nullptr and the waiting calls false, filling *error
 // (PMReaderErrorDomain, or the engine's) when a document cannot be shown,
 // the engine stops answering, a search finds nothing or a file cannot be
 // written.
 #include "PMReaderHighlights.h"
+#include "PMReaderNotesSidebar.h"
 #include "PMReaderPosition.h"
 #include "PMReaderSearchPanel.h"
 #include "book/PMBookNavigation.h"
@@ -55,6 +58,8 @@ public:
     bool highlight(const std::string& text, const PMHighlightStyle& style, KCError* error);
     // Reads by night or by day; waits until the page is drawn again.
     bool switchNight(bool night, KCError* error);
+    // Shows or hides the notes sidebar; waits until the page is laid out beside it.
+    bool showNotes(bool shown, KCError* error);
     // The window as drawn, at its size.
     bool writeScreenshot(const std::string& path, KCError* error);
     // Turns the main loop until the window is closed.
@@ -93,6 +98,7 @@ private:
     bool waitForRedraw(KCError* error);
     void setNight(bool night);
     void highlightClicked(const std::string& clickJSON);
+    void editHighlight(const std::u16string& uuid, const PMHighlightEdit& edit);
     void updateStatus();
     bool waitUntilSettled(KCError* error);
     double bookFraction() const;
@@ -122,5 +128,6 @@ private:
     std::string m_savedCFI;
     std::optional<KCError> m_positionError;
     std::unique_ptr<PMReaderSearchPanel> m_search;
+    std::unique_ptr<PMReaderNotesSidebar> m_notes;  // with the highlights
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };

@@ -165,4 +165,38 @@ TEST_F(ReadCommand, RefusesActionsItCannotPlay)
     }
 }
 
+// Two highlights with notes: the sidebar lists them beside the page, the newer
+// (pink) above the older (yellow), each with a swatch of its colour.
+TEST_F(ReadCommand, ListsTheNotesNewestFirstInTheSidebar)
+{
+    std::string shot = m_scratch.file("sidebar.png");
+    PMProgramResult shown = read(m_book, R"([{"open": 2}, {"highlight": "Hans Christian", "style": 3, "note": "older"},
+        {"highlight": "Fairy Tales", "style": 4, "note": "newer"}, {"sidebar": true}, {"screenshot": ")" + shot + R"("}])");
+    ASSERT_EQ(shown.status, 0) << shown.err;
+    auto themes = nlohmann::json::parse(PMRunPagemoor("themes --json").out, nullptr, false);
+    ASSERT_TRUE(themes.is_object());
+    auto image = PMTestPNGImageOfFile(shot);
+    ASSERT_TRUE(image);
+    // The rows of the sidebar's strip (its left 300 points) drawn in the theme's day highlight colour.
+    auto rowsIn = [&](const char* theme) {
+        const auto& components = themes[theme]["day"]["highlightColor"]["components"];
+        std::array<int, 3> colour;
+        for (int channel = 0; channel < 3; ++channel)
+            colour[channel] = static_cast<int>(std::lround(components[channel].get<double>() * 255));
+        std::vector<int> rows;
+        for (int y = 0; y < image->height; ++y) {
+            int matching = 0;
+            for (int x = 0; x < 300; ++x)
+                matching += PMTestColourDifference(image->at(x, y), colour) <= 2;
+            if (matching >= 4)
+                rows.push_back(y);
+        }
+        return rows;
+    };
+    auto yellow = rowsIn("yellow"), pink = rowsIn("pink");
+    ASSERT_GT(yellow.size(), 20u) << "no yellow swatch in the sidebar";
+    ASSERT_GT(pink.size(), 20u) << "no pink swatch in the sidebar";
+    EXPECT_LT(pink.back(), yellow.front()) << "the newer note is not listed first";
+}
+
 } // namespace

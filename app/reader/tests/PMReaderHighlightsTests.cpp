@@ -97,4 +97,42 @@ TEST(PMReaderHighlights, DrawsTheLiveHighlightsOfTheChapterInTheirThemesColours)
     EXPECT_FALSE(highlights.edit(u"no-such-uuid", {}, nullptr));
 }
 
+// Newest first by creation date, the modification date standing in for a
+// missing one; equal dates by place; deleted highlights are not listed.
+TEST(PMReaderHighlights, ListsTheLiveHighlightsNewestFirst)
+{
+    KCScratchDirectory scratch;
+    TNAnnotationStoreDataSource store(*KCURL::fileURLWithPath(scratch.file("Annotations.sqlite")));
+    store.loadObjectStore();
+    auto context = store.newManagedObjectContext();
+    PMReaderHighlights highlights(store, context, u"urn:book");
+    const struct {
+        std::u16string text;
+        size_t place;
+        std::optional<double> created;
+        double modified;
+        bool deleted;
+    } made[] {
+        {u"a", 10, 100, 500, false},
+        {u"b", 10, 300, 300, false},
+        {u"c", 50, 200, 200, false},
+        {u"d", 20, 200, 200, false},
+        {u"e", 10, std::nullopt, 250, false},
+        {u"f", 10, 400, 400, true},
+    };
+    for (const auto& highlight : made) {
+        PMFoundText found {"/4/2/1:0", "/4/2/1:1", highlight.text, highlight.text, 0, highlight.place, std::nullopt};
+        auto annotation = highlights.add(found, {1, found.start, found.end}, "c1", std::nullopt, {}, nullptr);
+        ASSERT_TRUE(annotation);
+        annotation->setAnnotationDeleted(highlight.deleted);
+        annotation->setAnnotationCreationDate(highlight.created ? std::optional(KCDate {*highlight.created}) : std::nullopt);
+        annotation->setAnnotationModificationDate(KCDate {highlight.modified});
+    }
+    ASSERT_TRUE(store.saveManagedObjectContext(*context));
+    std::u16string order;
+    for (const auto& annotation : highlights.newestFirst())
+        order += annotation->annotationSelectedText().value_or(u"?");
+    EXPECT_EQ(order, u"bedca");
+}
+
 } // namespace
