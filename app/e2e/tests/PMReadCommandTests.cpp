@@ -135,6 +135,19 @@ TEST_F(ReadCommand, FindsAPhraseAndOpensItsChapter)
     };
     EXPECT_GT(darkPixels(100, 200), 200) << "no results are listed";
     EXPECT_LT(darkPixels(300, 500), 20) << "the page shows where the results should be";
+    // The page beside the list holds the match, selected: rows crossed by a
+    // long run of one light grey, which no letter's edge makes.
+    int selectedRows = 0;
+    for (int y = 100; y < shot->height - 40; ++y) {
+        int run = 0;
+        for (int x = 1; x < shot->width - 330 && run < 40; ++x) {
+            const std::array<int, 3> pixel = shot->at(x, y);
+            const bool grey = pixel[0] == pixel[1] && pixel[1] == pixel[2] && pixel[0] > 180 && pixel[0] < 250;
+            run = grey && pixel == shot->at(x - 1, y) ? run + 1 : 0;
+        }
+        selectedRows += run >= 40;
+    }
+    EXPECT_GT(selectedRows, 4) << "the page does not show the match selected";
 
     PMProgramResult stored = PMRunPagemoor("annotations --store '" + m_store + "' list --asset http://www.gutenberg.org/ebooks/25545");
     ASSERT_EQ(stored.status, 0) << stored.err;
