@@ -11,10 +11,12 @@
 // result opens its chapter at the match and selects it.
 // Every page that comes to stand is kept as the book's reading position.
 // Highlights of the book are drawn whenever a chapter is shown; a click on
-// one opens its popover. A header-bar switch reads at night: the page light
-// on dark, highlights in their night colours.
+// one opens its popover, whose Share menu shares it. A header-bar switch
+// reads at night: the page light on dark, highlights in their night colours.
+// The header bar's notes menu shares all the book's notes or exports them
+// (PMReaderSharing.h).
 // The waiting calls (open, turnPages, find, highlight, switchNight,
-// writeScreenshot) let scripts drive it.
+// openShareMenu, exportNotes, writeScreenshot) let scripts drive it.
 // Errors: create answers nullptr and the waiting calls false, filling *error
 // (PMReaderErrorDomain, or the engine's) when a document cannot be shown,
 // the engine stops answering, a search finds nothing or a file cannot be
@@ -22,6 +24,7 @@
 #include "PMReaderHighlights.h"
 #include "PMReaderPosition.h"
 #include "PMReaderSearchPanel.h"
+#include "PMReaderSharing.h"
 #include "book/PMBookNavigation.h"
 #include "engine/PMEngineSession.h"
 
@@ -55,6 +58,11 @@ public:
     bool highlight(const std::string& text, const PMHighlightStyle& style, KCError* error);
     // Reads by night or by day; waits until the page is drawn again.
     bool switchNight(bool night, KCError* error);
+    // Opens the popover of the book's newest highlight on the page shown with
+    // its Share menu open; answers the menu's titles.
+    std::optional<std::vector<std::string>> openShareMenu(KCError* error);
+    // The book's notes into the file, as HTML or RTF by its extension.
+    bool exportNotes(const std::string& path, KCError* error);
     // The window as drawn, at its size.
     bool writeScreenshot(const std::string& path, KCError* error);
     // Turns the main loop until the window is closed.
@@ -103,6 +111,7 @@ private:
     PMEngineSession& m_session;
     std::unique_ptr<PMReadingPositionStore> m_positions;
     std::unique_ptr<PMReaderHighlights> m_highlights;  // with the position's store
+    std::unique_ptr<PMReaderSharing> m_sharing;        // with the position's store
     PMBookNavigation m_navigation;
     std::vector<double> m_documentSizes;  // bytes of each spine document, for the place in the book
     GtkWidget* m_window = nullptr;
