@@ -6,7 +6,7 @@
 #include "Utilities/KCBase64.h"
 #include "Utilities/KCRTFWriter.h"
 #include "bookshare/PMBookShareData.h"
-#include "bookshare/PMSharePrinting.h"
+#include "bookshare/PMShareDocuments.h"
 #include "sharing/KCActivityController.h"
 #include "sharing/PMDesktopClipboard.h"
 #include "sharing/PMDesktopSharingPlatform.h"
@@ -218,13 +218,7 @@ int runShare(const std::vector<std::string>& args)
         else if (PMSharingServiceRef clipboard = type == KCActivityTypeCopyToPasteboard ? platform->sharingServiceNamed(type) : nullptr) {
             // A share whose destinations do not include copying (a group) still
             // writes itself to the clipboard, as the reader's Copy does.
-            PMShareItems written(controller.activityItems().begin(), controller.activityItems().end());
-            // Desktop programs paste rich text from HTML sooner than from RTF:
-            // the group's HTML document goes along.
-            if (auto html = PMShareDocumentOf<TNAnnotationGroupHTMLActivityItemProvider>(controller))
-                written.push_back(KCValue(*html));
-            clipboard->setDelegate(&controller);
-            clipboard->performWithItems(written);
+            PMCopyShare(controller, *clipboard);
         } else
             return PMFail("this share is not offered to " + *to + " (see pagemoor share --list)");
     }

@@ -3,7 +3,7 @@
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringConversion.h"
 #include "bookshare/PMNotesDocument.h"
-#include "bookshare/PMSharePrinting.h"
+#include "bookshare/PMShareDocuments.h"
 #include "sharing/KCActivityController.h"
 #include "sharing/TNAssetActivityItemProvider.h"
 
@@ -88,20 +88,38 @@ std::optional<TNAnnotation::Annotations> PMReaderSharing::liveAnnotations(KCErro
 
 PMSharingMenuModel PMReaderSharing::menuFor(TNAnnotation::Annotations annotations, int32_t shareType)
 {
-    // A book opened from a file is not from the store.
-    auto controller = std::make_shared<KCActivityController>(m_platform,
-        TNAssetActivityItemsForShare(m_book.propertySource(m_bookPath, u"0"), std::move(annotations), shareType, true, &m_pagination), KCActivityItems());
+    // A book opened from a file is not from the store. No notes share nothing.
+    const bool sharesSomething = !annotations.empty();
+    auto controller = std::make_shared<KCActivityController>(m_platform, sharesSomething
+        ? TNAssetActivityItemsForShare(m_book.propertySource(m_bookPath, u"0"), std::move(annotations), shareType, true, &m_pagination)
+        : KCActivityItems(), KCActivityItems());
     PMMenu menu;
     controller->updateMenu(menu);
+    auto offers = [&](std::u16string_view type) {
+        return std::any_of(menu.itemArray().begin(), menu.itemArray().end(), [&](const PMMenuItemRef& item) {
+            auto service = std::dynamic_pointer_cast<PMSharingService>(item->representedObject);
+            return service && service->name() == type;
+        });
+    };
+    // A group offers no copying, yet copies itself.
+    if (sharesSomething && !offers(KCActivityTypeCopyToPasteboard)) {
+        if (PMSharingServiceRef clipboard = m_platform.sharingServiceNamed(KCActivityTypeCopyToPasteboard))
+            menu.addItemWithTitle(clipboard->title(), {}, u"")->representedObject = clipboard;
+    }
     for (const PMMenuItemRef& item : menu.itemArray()) {
-        if (!item->action)
+        auto service = std::dynamic_pointer_cast<PMSharingService>(item->representedObject);
+        if (!service)
             continue;
-        // The menu's items keep the controller; printing hands the print service the share's document.
-        item->action = [controller, sharing = m_sharing](PMMenuItem& sender) {
+        // The menu's items keep the controller; printing and a group's copy
+        // hand their service what the share's providers do not.
+        const bool handedOver = service->name() == KCActivityTypePrint || !item->action;
+        item->action = [controller, sharing = m_sharing, handedOver](PMMenuItem& sender) {
             keepUntilShared(controller, sharing);
-            auto service = std::dynamic_pointer_cast<PMSharingService>(sender.representedObject);
-            if (!service || service->name() != KCActivityTypePrint)
+            auto service = std::static_pointer_cast<PMSharingService>(sender.representedObject);
+            if (!handedOver)
                 controller->performShare(sender);
+            else if (service->name() != KCActivityTypePrint)
+                PMCopyShare(*controller, *service);
             else if (!PMPrintShare(*controller, *service))
                 controller->didFailToShareItems(*service, {}, {"PMReaderErrorDomain", 61, "there is nothing to print"});
         };

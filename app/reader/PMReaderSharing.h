@@ -2,7 +2,7 @@
 // The reader's shares and exported notes: the share menu of one highlight
 // and of all the book's live notes (the activity controller's menu items as
 // a GMenu with its "share" actions; printing hands over the share's print
-// document), the header bar's notes menu ("Share Notes", "Export notes…"),
+// document, and the notes, which offer no copying, copy themselves), the header bar's notes menu ("Share Notes", "Export notes…"),
 // and the notes written to a file as HTML or RTF, from a script or a file
 // dialog. A share keeps its controller alive until the service is done.
 // Errors: the menus, newestHighlight and exportNotes answer nothing/false,

@@ -1,6 +1,7 @@
 #pragma once
-// The printing side of a share: its print providers answer no item, so the
-// document they stand for is made here and handed to the print service.
+// What a share hands over where its providers answer no item: its print
+// providers stand for a document that is made here and handed to the print
+// service, and a group, which offers no copying, still copies itself.
 #include "sharing/KCActivityController.h"
 
 #include <optional>
@@ -26,3 +27,8 @@ std::optional<std::u16string> PMSharePrintDocument(KCActivityController& control
 // Prints the share's print document with the service, the controller as its
 // delegate; false (nothing done) when there is nothing to print.
 bool PMPrintShare(KCActivityController& controller, PMSharingService& service);
+
+// Writes the share to the clipboard with the service, the controller as its
+// delegate: its items as they write themselves, and a group's HTML document
+// beside them (desktop programs paste rich text from HTML sooner than from RTF).
+void PMCopyShare(KCActivityController& controller, PMSharingService& clipboard);

@@ -1,4 +1,4 @@
-#include "PMSharePrinting.h"
+#include "PMShareDocuments.h"
 
 #include "sharing/TNAnnotationActivityItemProviders.h"
 
@@ -17,4 +17,13 @@ bool PMPrintShare(KCActivityController& controller, PMSharingService& service)
     service.setDelegate(&controller);
     service.performWithItems({KCValue(*document)});
     return true;
+}
+
+void PMCopyShare(KCActivityController& controller, PMSharingService& clipboard)
+{
+    PMShareItems written(controller.activityItems().begin(), controller.activityItems().end());
+    if (auto html = PMShareDocumentOf<TNAnnotationGroupHTMLActivityItemProvider>(controller))
+        written.push_back(KCValue(*html));
+    clipboard.setDelegate(&controller);
+    clipboard.performWithItems(written);
 }
