@@ -7,7 +7,7 @@
 #include "sharing/KCActivityController.h"
 #include "sharing/TNAssetActivityItemProvider.h"
 
-#include <glib/gstdio.h>
+#include <glib.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -33,9 +33,9 @@ void keepUntilShared(const std::shared_ptr<KCActivityController>& controller, co
         using Release = std::pair<std::weak_ptr<KCActivityController>, std::shared_ptr<Controllers>>;
         g_idle_add_once([](gpointer data) {
             std::unique_ptr<Release> release(static_cast<Release*>(data));
-            auto shared = release->first.lock();
             auto& kept = *release->second;
-            kept.erase(std::remove(kept.begin(), kept.end(), shared), kept.end());
+            if (auto found = std::find(kept.begin(), kept.end(), release->first.lock()); found != kept.end())
+                kept.erase(found);
         }, new Release(controller, sharing));
     });
 }

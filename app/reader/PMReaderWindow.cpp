@@ -437,7 +437,11 @@ void PMReaderWindow::highlightClicked(const std::string& clickJSON)
 
 std::optional<std::vector<std::string>> PMReaderWindow::openShareMenu(KCError* error)
 {
-    auto newest = m_sharing && m_stateKnown ? m_sharing->newestHighlight(error) : nullptr;
+    if (!m_sharing || !m_stateKnown) {
+        KCSetError(error, {"PMReaderErrorDomain", 25, "no chapter is shown to share from"});
+        return std::nullopt;
+    }
+    auto newest = m_sharing->newestHighlight(error);
     if (!newest)
         return std::nullopt;
     // The highlight is clicked where its text lies on the page.
@@ -457,7 +461,7 @@ std::optional<std::vector<std::string>> PMReaderWindow::openShareMenu(KCError* e
     highlightClicked(click.dump());
     GtkMenuButton* share = m_highlightPopover ? PMHighlightPopoverShareButton(m_highlightPopover) : nullptr;
     if (!share) {
-        KCSetError(error, {"PMReaderErrorDomain", 66, "the highlight's popover has no share menu"});
+        KCSetError(error, {"PMReaderErrorDomain", 67, "the highlight's popover has no share menu"});
         return std::nullopt;
     }
     gtk_menu_button_popup(share);
@@ -467,7 +471,7 @@ std::optional<std::vector<std::string>> PMReaderWindow::openShareMenu(KCError* e
 bool PMReaderWindow::exportNotes(const std::string& path, KCError* error)
 {
     if (!m_sharing)
-        return KCSetError(error, {"PMReaderErrorDomain", 60, "the reader has no annotation store"});
+        return KCSetError(error, {"PMReaderErrorDomain", 68, "the reader has no annotation store"});
     return m_sharing->exportNotes(path, error);
 }
 
