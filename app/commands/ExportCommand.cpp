@@ -1,15 +1,9 @@
 // pagemoor export: one book's annotations, or one annotation, as the document that shares hand out.
 #include "BookCommandSupport.h"
-#include "PMBookShareData.h"
 #include "StoreCommandSupport.h"
 
-#include "Annotations/TNAnnotationGroupHTMLGenerator.h"
-#include "Annotations/TNAnnotationGroupRTFGenerator.h"
-#include "Utilities/KCBundle.h"
-#include "Utilities/KCRTFWriter.h"
+#include "bookshare/PMNotesDocument.h"
 #include "storelookup/PMStoreLookUp.h"
-
-#include <algorithm>
 
 namespace {
 
@@ -27,56 +21,6 @@ const char* const kUsage =
     "  --book-url     the book's store page, linked in the document\n"
     "  -o FILE        write to FILE instead of standard output\n";
 
-// By place in the book, then by creation.
-void sortInReadingOrder(TNAnnotation::Annotations& annotations)
-{
-    auto key = [](const std::shared_ptr<TNAnnotation>& annotation) {
-        return std::pair(annotation->plLocationRangeStart().value_or(0), annotation->annotationCreationDate().value_or(KCDate {}));
-    };
-    std::stable_sort(annotations.begin(), annotations.end(), [&](const auto& a, const auto& b) { return key(a) < key(b); });
-}
-
-struct ExportRequest {
-    TNAnnotation::Annotations annotations;
-    bool single = false;
-    bool citationsAllowed = true;
-    bool forPrint = false;
-    std::optional<KCURL> bookURL;
-};
-
-std::u16string htmlDocument(const ExportRequest& request, const PMBookShareData& book)
-{
-    TNAssetHTMLGeneratorDataSource dataSource;
-    dataSource.storeURLForHTMLGenerator = [&](const TNAssetHTMLGenerator&) { return request.bookURL; };
-    dataSource.citationForStoreURL = [&](const TNAssetHTMLGenerator&, std::optional<std::u16string_view> storeURL) {
-        return std::optional<std::u16string>(TNAssetCitation(book.citationSource, storeURL ? std::optional<std::u16string>(*storeURL) : std::nullopt));
-    };
-    TNAnnotationPaginationDataSource pagination = book.paginationDataSource();
-
-    std::unique_ptr<TNSingleAnnotationHTMLGenerator> generator = request.single ? std::make_unique<TNSingleAnnotationHTMLGenerator>()
-                                                                                : std::make_unique<TNAnnotationGroupHTMLGenerator>();
-    book.populate(*generator);
-    generator->setDataSource(&dataSource);
-    generator->setPaginationDataSource(&pagination);
-    generator->setAnnotations(request.annotations);
-    generator->setCitationsAllowed(request.citationsAllowed && !request.forPrint);
-    generator->setForPrint(request.forPrint);
-    return generator->documentString().value_or(u"");
-}
-
-KCStyledString styledDocument(const ExportRequest& request, const PMBookShareData& book)
-{
-    TNAnnotationGroupRTFGenerator generator;
-    generator.setAnnotations(request.annotations);
-    generator.setCitationsAllowed(request.citationsAllowed);
-    generator.setBookCitationString(TNAssetCitation(book.citationSource));
-    if (request.bookURL) {
-        generator.setBookURLPrefix(KCCommonCoreBundle().localizedString(u"Check out this book on the Pagemoor Store: "));
-        generator.setBookURL(request.bookURL);
-    }
-    return generator.attributedString();
-}
-
 int runExport(const std::vector<std::string>& args)
 {
     PMArguments arguments(args, {"store", "format", "asset", "uuid", "book-url", "output", "cache-dir"});
@@ -87,13 +31,13 @@ int runExport(const std::vector<std::string>& args)
     auto storePath = arguments.option("store");
     if (!storePath)
         return PMFail("export needs --store FILE");
-    auto format = arguments.option("format");
-    if (!format || (*format != "html" && *format != "rtf" && *format != "text"))
+    auto format = PMNotesFormatNamed(arguments.option("format").value_or(""));
+    if (!format)
         return PMFail("export needs --format html, rtf or text");
-    ExportRequest request;
+    PMNotesRequest request;
     request.citationsAllowed = !arguments.flag("no-citations");
     request.forPrint = arguments.flag("print");
-    if (request.forPrint && *format != "html")
+    if (request.forPrint && *format != PMNotesFormat::HTML)
         return PMFail("--print makes an HTML document: give --format html");
     if (auto text = arguments.option("book-url")) {
         request.bookURL = KCURL::URLWithString(*text);
@@ -123,17 +67,10 @@ int runExport(const std::vector<std::string>& args)
         if (!annotations)
             return PMFail("could not read the annotation store: " + error.message);
         request.annotations = std::move(*annotations);
-        sortInReadingOrder(request.annotations);
+        PMSortInReadingOrder(request.annotations);
     }
 
-    std::string bytes;
-    if (*format == "html")
-        bytes = KCUTF8FromUTF16(htmlDocument(request, shareData));
-    else if (KCStyledString styled = styledDocument(request, shareData); *format == "rtf")
-        bytes = KCRTFFromStyledString(styled);
-    else
-        bytes = KCUTF8FromUTF16(styled.string());
-    if (!PMWriteOutput(bytes, arguments.option("output")))
+    if (!PMWriteOutput(PMNotesDocument(request, shareData, *format), arguments.option("output")))
         return PMFail("cannot write " + arguments.option("output").value_or("standard output"));
     return 0;
 }

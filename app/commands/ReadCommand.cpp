@@ -64,7 +64,7 @@ int runReadCommand(const std::vector<std::string>& args)
     KCLog("Open at %@", window->statusText());
     if (!actions)
         window->runUntilClosed();
-    else if (!PMPlayReaderActions(*window, *actions, &error))
+    else if (!PMPlayReaderActions(*window, *actions, &error, PMPrintResult))
         return PMFail(error.message);
     if (window->positionError())
         return PMFail(window->positionError()->message);
@@ -85,7 +85,8 @@ PMCommandRegistration registration({"read", "open a book in the reader window",
     "  {\"next\": K} (back when negative), {\"find\": \"TEXT\"} (the first result shown selected),\n"
     "  {\"screenshot\": \"FILE.png\"}, {\"quit\": true},\n"
     "  {\"highlight\": \"TEXT\", \"style\": 1-5, \"underline\": BOOL, \"note\": \"NOTE\"} (in the chapter shown),\n"
-    "  {\"night\": BOOL}. Ctrl+F searches the book.\n",
+    "  {\"night\": BOOL}, {\"share\": \"menu\"} (the newest highlight's share menu, its titles printed),\n"
+    "  {\"export\": \"FILE.html|rtf\"} (the book's notes). Ctrl+F searches the book.\n",
     runRead});
 
 } // namespace

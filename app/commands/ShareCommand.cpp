@@ -1,12 +1,12 @@
 // pagemoor share: what the desktop offers for sharing a book or its
 // annotations, and carrying out one share.
 #include "BookCommandSupport.h"
-#include "PMBookShareData.h"
 #include "StoreCommandSupport.h"
 
-#include "Sharing/TNUserPublishing.h"
 #include "Utilities/KCBase64.h"
 #include "Utilities/KCRTFWriter.h"
+#include "bookshare/PMBookShareData.h"
+#include "bookshare/PMShareDocuments.h"
 #include "sharing/KCActivityController.h"
 #include "sharing/PMDesktopClipboard.h"
 #include "sharing/PMDesktopSharingPlatform.h"
@@ -20,7 +20,6 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
-#include <typeinfo>
 
 namespace {
 
@@ -45,37 +44,6 @@ const std::map<std::string, const char16_t*> kShortTypes = {
     {"facebook", KCActivityTypePostToFacebook},
     {"weibo", KCActivityTypePostToWeibo},
 };
-
-// The reader's answers about the book, for every destination alike.
-TNAssetActivityItemPropertySource propertySourceFor(const PMBookShareData& book, std::u16string bookPath, std::u16string storeId)
-{
-    return [&book, bookPath = std::move(bookPath), storeId = std::move(storeId)](std::u16string_view, std::u16string_view key) -> KCValue {
-        auto text = [](const std::u16string& value) { return value.empty() ? KCValue() : KCValue(value); };
-        if (key == kTNAssetActivityItemProviderPropertyStoreId)
-            return KCValue(storeId);
-        if (key == kTNAssetActivityItemProviderPropertyStoreUrl || key == kTNAssetActivityItemProviderPropertyStoreShortUrl) {
-            bool isShort = key == kTNAssetActivityItemProviderPropertyStoreShortUrl;
-            TNUserPublishing& publishing = TNUserPublishing::sharedInstance();
-            auto url = isShort ? publishing.storeShortURLForStoreId(storeId, nullptr) : publishing.storeURLForStoreId(storeId, nullptr);
-            return url ? KCValue(*url) : KCValue();
-        }
-        if (key == kTNAssetActivityItemProviderPropertyBookPath)
-            return KCValue(bookPath);
-        if (key == kTNAssetActivityItemProviderPropertyEpubId)
-            return text(book.identifier);
-        if (key == kTNAssetActivityItemProviderPropertyTitle)
-            return text(book.citationSource.title);
-        if (key == kTNAssetActivityItemProviderPropertyAuthor)
-            return text(book.citationSource.author);
-        if (key == kTNAssetActivityItemProviderPropertyPublisherName)
-            return text(book.citationSource.publisherName);
-        if (key == kTNAssetActivityItemProviderPropertyPublisherYear)
-            return text(book.citationSource.publisherYear);
-        if (key == kTNAssetActivityItemProviderPropertyLanguage)
-            return text(book.language);
-        return KCValue();
-    };
-}
 
 // A value as JSON: text as it is, data as base64, lists and dictionaries within.
 nlohmann::ordered_json jsonValue(const KCValue& value)
@@ -164,25 +132,6 @@ public:
     }
 };
 
-// The document of the share's first provider of exactly this class: the HTML
-// providers make it only when asked for their document.
-template <typename Provider>
-std::optional<std::u16string> documentOf(KCActivityController& controller)
-{
-    for (const std::shared_ptr<KCObject>& item : controller.expandedActivityItems().value_or(KCActivityItems())) {
-        if (auto* provider = dynamic_cast<Provider*>(item.get()); provider && typeid(*provider) == typeid(Provider))
-            return provider->documentString();
-    }
-    return std::nullopt;
-}
-
-std::optional<std::u16string> printDocument(KCActivityController& controller)
-{
-    if (auto group = documentOf<TNAnnotationGroupPrintActivityItemProvider>(controller))
-        return group;
-    return documentOf<TNAnnotationPrintActivityItemProvider>(controller);
-}
-
 int runShare(const std::vector<std::string>& args)
 {
     PMArguments arguments(args, {"store", "uuid", "store-id", "to", "print-to", "cache-dir"});
@@ -235,7 +184,7 @@ int runShare(const std::vector<std::string>& args)
 
     std::u16string storeId = PMTextOption(arguments, "store-id").value_or(u"0");
     TNAnnotationPaginationDataSource pagination = shareData.paginationDataSource();
-    KCActivityItems items = TNAssetActivityItemsForShare(propertySourceFor(shareData, KCUTF16FromUTF8(std::filesystem::absolute(arguments.positionals()[0]).string()), storeId),
+    KCActivityItems items = TNAssetActivityItemsForShare(shareData.propertySource(KCUTF16FromUTF8(std::filesystem::absolute(arguments.positionals()[0]).string()), storeId),
         std::move(annotations), shareType, !arguments.flag("no-citations"), &pagination);
     std::unique_ptr<PMDesktopSharingPlatform> platform = arguments.flag("dry-run") ? std::make_unique<DryRunPlatform>() : std::make_unique<PMDesktopSharingPlatform>();
     platform->setPrintToFile(arguments.option("print-to"));
@@ -256,12 +205,9 @@ int runShare(const std::vector<std::string>& args)
     std::optional<bool> succeeded;
     controller.setCompletionHandler([&](std::u16string_view, bool success) { succeeded = success; });
     if (type == KCActivityTypePrint) {
-        auto document = printDocument(controller);
         PMSharingServiceRef service = platform->sharingServiceNamed(type);
-        if (!document || !service)
+        if (!service || !PMPrintShare(controller, *service))
             return PMFail("this share has nothing to print (a group prints when one of its annotations has a note)");
-        service->setDelegate(&controller);
-        service->performWithItems({KCValue(*document)});
     } else {
         PMSharingServiceRef offered;
         for (const PMSharingServiceRef& service : controller.sharingServices())
@@ -272,13 +218,7 @@ int runShare(const std::vector<std::string>& args)
         else if (PMSharingServiceRef clipboard = type == KCActivityTypeCopyToPasteboard ? platform->sharingServiceNamed(type) : nullptr) {
             // A share whose destinations do not include copying (a group) still
             // writes itself to the clipboard, as the reader's Copy does.
-            PMShareItems written(controller.activityItems().begin(), controller.activityItems().end());
-            // Desktop programs paste rich text from HTML sooner than from RTF:
-            // the group's HTML document goes along.
-            if (auto html = documentOf<TNAnnotationGroupHTMLActivityItemProvider>(controller))
-                written.push_back(KCValue(*html));
-            clipboard->setDelegate(&controller);
-            clipboard->performWithItems(written);
+            PMCopyShare(controller, *clipboard);
         } else
             return PMFail("this share is not offered to " + *to + " (see pagemoor share --list)");
     }

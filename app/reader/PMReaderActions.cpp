@@ -3,11 +3,15 @@
 #include "PMReaderWindow.h"
 
 #include <functional>
+#include <iostream>
 #include <limits>
 
 namespace {
 
 enum class Outcome { Next, Stop, Failed };
+
+// Where the actions being played print.
+PMReaderActionOutput printed;
 
 struct ActionKind {
     const char* name;
@@ -60,6 +64,11 @@ std::optional<std::string> anything(const nlohmann::ordered_json&)
 std::optional<std::string> text(const nlohmann::ordered_json& argument)
 {
     return isText(argument) ? std::nullopt : std::optional<std::string>("needs the text to highlight");
+}
+
+std::optional<std::string> shareMenu(const nlohmann::ordered_json& argument)
+{
+    return argument == "menu" ? std::nullopt : std::optional<std::string>("needs \u201Cmenu\u201D");
 }
 
 std::optional<std::string> trueOrFalse(const nlohmann::ordered_json& argument)
@@ -120,6 +129,15 @@ const std::vector<ActionKind>& actionKinds()
         {"sidebar", trueOrFalse, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
             return outcome(window.showNotes(action.argument.get<bool>(), error));
         }},
+        {"share", shareMenu, [](PMReaderWindow& window, const PMReaderAction&, KCError* error) {
+            auto titles = window.openShareMenu(error);
+            for (const std::string& title : titles.value_or(std::vector<std::string>()))
+                printed("share: " + title + "\n");
+            return outcome(titles.has_value());
+        }},
+        {"export", fileName, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            return outcome(window.exportNotes(action.argument.get<std::string>(), error));
+        }},
     };
     return kinds;
 }
@@ -179,8 +197,9 @@ std::optional<std::vector<PMReaderAction>> PMParseReaderActions(std::string_view
     return actions;
 }
 
-bool PMPlayReaderActions(PMReaderWindow& window, const std::vector<PMReaderAction>& actions, KCError* error)
+bool PMPlayReaderActions(PMReaderWindow& window, const std::vector<PMReaderAction>& actions, KCError* error, PMReaderActionOutput output)
 {
+    printed = output ? std::move(output) : [](const std::string& text) { std::cout << text << std::flush; };
     for (size_t index = 0; index < actions.size(); ++index) {
         const ActionKind* kind = kindNamed(actions[index].name);
         KCError reason;

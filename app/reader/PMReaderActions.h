@@ -12,7 +12,14 @@
 //                           underline and note optional)
 //   {"night": true}         reads by night (false: by day)
 //   {"sidebar": true}       shows the notes sidebar (false: hides it)
+//   {"share": "menu"}       opens the popover of the book's newest highlight
+//                           on the page shown with its Share menu open, and
+//                           prints the menu's titles, "share: TITLE" a line
+//   {"export": "F.html"}    writes the book's notes into the file, HTML or
+//                           RTF (or text) by its extension (.html, .rtf, .txt)
 //   {"quit": true}          stops playing
+// What an action prints ("share") goes to play's `output`, standard output
+// when it has none.
 // Errors: parse answers nothing and fills *error (PMReaderErrorDomain) for
 // text that is not such a list, naming the action at fault; play answers
 // false with the failing action's reason.
@@ -20,6 +27,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,4 +42,6 @@ struct PMReaderAction {
 };
 
 std::optional<std::vector<PMReaderAction>> PMParseReaderActions(std::string_view json, KCError* error);
-bool PMPlayReaderActions(PMReaderWindow& window, const std::vector<PMReaderAction>& actions, KCError* error);
+using PMReaderActionOutput = std::function<void(const std::string& text)>;
+bool PMPlayReaderActions(PMReaderWindow& window, const std::vector<PMReaderAction>& actions, KCError* error,
+    PMReaderActionOutput output = {});

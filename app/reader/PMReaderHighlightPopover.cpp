@@ -16,7 +16,8 @@ void tell(GtkWidget* widget, const PMHighlightEdit& edit, bool close)
 
 } // namespace
 
-GtkWidget* PMPresentHighlightPopover(GtkWidget* parent, const GdkRectangle& pointingTo, const PMHighlightStyle& current, Changed changed)
+GtkWidget* PMPresentHighlightPopover(GtkWidget* parent, const GdkRectangle& pointingTo, const PMHighlightStyle& current, Changed changed,
+    std::optional<PMSharingMenuModel> share)
 {
     GtkWidget* popover = gtk_popover_new();
     g_object_set_data_full(G_OBJECT(popover), "changed", new Changed(std::move(changed)), [](gpointer data) { delete static_cast<Changed*>(data); });
@@ -48,13 +49,26 @@ GtkWidget* PMPresentHighlightPopover(GtkWidget* parent, const GdkRectangle& poin
     }), nullptr);
     gtk_box_append(GTK_BOX(column), note);
 
+    GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
+    if (share) {
+        GtkWidget* shareButton = gtk_menu_button_new();
+        gtk_menu_button_set_label(GTK_MENU_BUTTON(shareButton), "Share");
+        gtk_menu_button_set_menu_model(GTK_MENU_BUTTON(shareButton), G_MENU_MODEL(share->menu));
+        gtk_widget_insert_action_group(shareButton, "share", G_ACTION_GROUP(share->actions));
+        g_object_unref(share->menu);
+        g_object_unref(share->actions);
+        gtk_box_append(GTK_BOX(buttons), shareButton);
+        g_object_set_data(G_OBJECT(popover), "share", shareButton);
+    }
     GtkWidget* remove = gtk_button_new_with_label("Delete");
     gtk_widget_add_css_class(remove, "destructive-action");
+    gtk_widget_set_hexpand(remove, TRUE);
     gtk_widget_set_halign(remove, GTK_ALIGN_END);
     g_signal_connect(remove, "clicked", G_CALLBACK(+[](GtkButton* button, gpointer) {
         tell(GTK_WIDGET(button), {std::nullopt, std::nullopt, std::nullopt, true}, true);
     }), nullptr);
-    gtk_box_append(GTK_BOX(column), remove);
+    gtk_box_append(GTK_BOX(buttons), remove);
+    gtk_box_append(GTK_BOX(column), buttons);
 
     gtk_popover_set_child(GTK_POPOVER(popover), column);
     gtk_widget_set_parent(popover, parent);
@@ -68,4 +82,9 @@ GtkWidget* PMPresentHighlightPopover(GtkWidget* parent, const GdkRectangle& poin
     }), nullptr);
     gtk_popover_popup(GTK_POPOVER(popover));
     return popover;
+}
+
+GtkMenuButton* PMHighlightPopoverShareButton(GtkWidget* popover)
+{
+    return static_cast<GtkMenuButton*>(g_object_get_data(G_OBJECT(popover), "share"));
 }

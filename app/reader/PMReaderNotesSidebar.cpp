@@ -60,10 +60,11 @@ GtkWidget* swatch(const TNThemeColor& color)
 
 } // namespace
 
-PMReaderNotesSidebar::PMReaderNotesSidebar(const PMReaderHighlights& highlights, Open open, Edit edit)
+PMReaderNotesSidebar::PMReaderNotesSidebar(const PMReaderHighlights& highlights, Open open, Edit edit, ShareMenu share)
     : m_highlights(highlights)
     , m_open(std::move(open))
     , m_edit(std::move(edit))
+    , m_share(std::move(share))
     , m_dates(std::make_unique<KCLongDateFormatter>())
 {
 }
@@ -235,7 +236,7 @@ void PMReaderNotesSidebar::presentPopover(GtkWidget* button, size_t index)
         gtk_popover_popdown(GTK_POPOVER(m_popover));
     }
     GdkRectangle bounds {0, 0, gtk_widget_get_width(button), gtk_widget_get_height(button)};
-    m_popover = PMPresentHighlightPopover(button, bounds, *style, [this, uuid](const PMHighlightEdit& edit) { m_edit(uuid, edit); });
+    m_popover = PMPresentHighlightPopover(button, bounds, *style, [this, uuid](const PMHighlightEdit& edit) { m_edit(uuid, edit); }, m_share(uuid));
     g_object_add_weak_pointer(G_OBJECT(m_popover), reinterpret_cast<gpointer*>(&m_popover));
     g_signal_connect_swapped(m_popover, "closed", G_CALLBACK(+[](PMReaderNotesSidebar* self) {
         if (self->m_waiting)

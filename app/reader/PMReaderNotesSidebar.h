@@ -4,12 +4,14 @@
 // the newest first. Each row shows its colour, the highlighted text in its
 // sentence (with ellipses where it is cut), its note, its chapter and the day
 // it was made; its edit button opens the highlight's popover (colours,
-// underline, note, Delete). Activating a row hands its place to the window.
+// underline, note, Share, Delete). Activating a row hands its place to the window.
 // The list is made again soon after update(), once no row's popover is open.
 #include "PMReaderHighlights.h"
+#include "sharing/PMSharingMenuModel.h"
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,8 +22,9 @@ class PMReaderNotesSidebar {
 public:
     using Open = std::function<void(const PMHighlightRange&)>;
     using Edit = std::function<void(const std::u16string& uuid, const PMHighlightEdit&)>;
+    using ShareMenu = std::function<std::optional<PMSharingMenuModel>(const std::u16string& uuid)>;
 
-    PMReaderNotesSidebar(const PMReaderHighlights& highlights, Open open, Edit edit);
+    PMReaderNotesSidebar(const PMReaderHighlights& highlights, Open open, Edit edit, ShareMenu share);
     ~PMReaderNotesSidebar();
     PMReaderNotesSidebar(const PMReaderNotesSidebar&) = delete;
     PMReaderNotesSidebar& operator=(const PMReaderNotesSidebar&) = delete;
@@ -49,6 +52,7 @@ private:
     const PMReaderHighlights& m_highlights;
     Open m_open;
     Edit m_edit;
+    ShareMenu m_share;
     std::unique_ptr<KCLongDateFormatter> m_dates;
     GtkWidget* m_flap = nullptr;
     GtkWidget* m_list = nullptr;

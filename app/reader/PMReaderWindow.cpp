@@ -3,6 +3,7 @@
 #include "PMReaderHighlightPopover.h"
 #include "PMReaderHighlightScript.h"
 #include "PMReaderPageScript.h"
+#include "PMReaderPopoverSnapshot.h"
 #include "PMReaderSearchScript.h"
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
@@ -66,8 +67,10 @@ PMReaderWindow::PMReaderWindow(PMEngineSession& session, std::unique_ptr<PMReadi
     : m_session(session)
     , m_positions(std::move(positions))
 {
-    if (m_positions)
+    if (m_positions) {
         m_highlights = std::make_unique<PMReaderHighlights>(m_positions->store(), m_positions->context(), m_positions->assetID());
+        m_sharing = std::make_unique<PMReaderSharing>(*session.book, m_positions->context(), m_positions->assetID());
+    }
     // A book without a navigation document still reads; its chapters are untitled.
     m_navigation = PMBookNavigation::open(*session.book, nullptr).value_or(PMBookNavigation());
     for (const auto& path : session.documentPaths) {
@@ -112,6 +115,8 @@ void PMReaderWindow::build(const KCSize& size)
     GtkWidget* smaller = iconButton("zoom-out-symbolic", "Smaller Text");
     onClicked(larger, [this, alive = m_alive] { if (*alive) zoom(kZoomStep); });
     onClicked(smaller, [this, alive = m_alive] { if (*alive) zoom(1 / kZoomStep); });
+    if (m_sharing)
+        adw_header_bar_pack_end(ADW_HEADER_BAR(header), m_sharing->notesMenuButton(GTK_WINDOW(m_window)));
     adw_header_bar_pack_end(ADW_HEADER_BAR(header), larger);
     adw_header_bar_pack_end(ADW_HEADER_BAR(header), smaller);
     m_nightButton = gtk_toggle_button_new();
@@ -187,7 +192,8 @@ void PMReaderWindow::build(const KCSize& size)
     if (m_highlights) {
         m_notes = std::make_unique<PMReaderNotesSidebar>(*m_highlights,
             [this](const PMHighlightRange& range) { show(range.spineIndex, pathTarget(range.start), nullptr); },
-            [this](const std::u16string& uuid, const PMHighlightEdit& edit) { editHighlight(uuid, edit); });
+            [this](const std::u16string& uuid, const PMHighlightEdit& edit) { editHighlight(uuid, edit); },
+            [this](const std::u16string& uuid) { return m_sharing ? m_sharing->highlightMenu(uuid, nullptr) : std::nullopt; });
         body = m_notes->build(header, body);
     }
     gtk_box_append(GTK_BOX(column), body);
@@ -431,7 +437,7 @@ void PMReaderWindow::highlightClicked(const std::string& clickJSON)
     m_highlightPopover = PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), line, *style, [this, uuid, alive = m_alive](const PMHighlightEdit& edit) {
         if (*alive)
             editHighlight(uuid, edit);
-    });
+    }, m_sharing ? m_sharing->highlightMenu(uuid, nullptr) : std::nullopt);
     g_object_add_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
 }
 
@@ -458,6 +464,46 @@ bool PMReaderWindow::showNotes(bool shown, KCError* error)
     if (!m_session.view->runUntil([&] { return m_relayouts != relayouts; }, kRelayoutSeconds) && !m_session.view->webProcessTerminated())
         m_session.view->clearFailure();
     return waitUntilSettled(error);
+}
+
+std::optional<std::vector<std::string>> PMReaderWindow::openShareMenu(KCError* error)
+{
+    if (!m_sharing || !m_stateKnown) {
+        KCSetError(error, {"PMReaderErrorDomain", 25, "no chapter is shown to share from"});
+        return std::nullopt;
+    }
+    auto newest = m_sharing->newestHighlight(error);
+    if (!newest)
+        return std::nullopt;
+    // The highlight is clicked where its text lies on the page.
+    auto line = std::make_shared<std::optional<std::string>>();
+    runInPage("return " + PMReaderTextLineScript(KCUTF8FromUTF16(newest->annotationSelectedText().value_or(u""))) + ";",
+        [line](const std::string& result) { *line = result; });
+    if (!m_session.view->runUntil([&] { return line->has_value(); }, kWaitSeconds)) {
+        KCSetError(error, {"PMReaderErrorDomain", 24, "the page did not answer"});
+        return std::nullopt;
+    }
+    auto click = nlohmann::json::parse(**line, nullptr, false);
+    if (!click.is_object()) {
+        KCSetError(error, {"PMReaderErrorDomain", 66, "the newest highlight is not on the page shown"});
+        return std::nullopt;
+    }
+    click["uuid"] = KCUTF8FromUTF16(newest->annotationUuid().value_or(u""));
+    highlightClicked(click.dump());
+    GtkMenuButton* share = m_highlightPopover ? PMHighlightPopoverShareButton(m_highlightPopover) : nullptr;
+    if (!share) {
+        KCSetError(error, {"PMReaderErrorDomain", 67, "the highlight's popover has no share menu"});
+        return std::nullopt;
+    }
+    gtk_menu_button_popup(share);
+    return PMMenuModelLabels(gtk_menu_button_get_menu_model(share));
+}
+
+bool PMReaderWindow::exportNotes(const std::string& path, KCError* error)
+{
+    if (!m_sharing)
+        return KCSetError(error, {"PMReaderErrorDomain", 68, "the reader has no annotation store"});
+    return m_sharing->exportNotes(path, error);
 }
 
 void PMReaderWindow::runInPage(const std::string& body, std::function<void(const std::string& result)> done)
@@ -590,6 +636,7 @@ bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)
     const int height = gdk_paintable_get_intrinsic_height(paintable);
     GtkSnapshot* snapshot = gtk_snapshot_new();
     gdk_paintable_snapshot(paintable, snapshot, width, height);
+    PMSnapshotOpenPopovers(m_window, snapshot);
     GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
     g_object_unref(paintable);
     bool written = false;

@@ -13,10 +13,12 @@
 // the page (PMReaderNotesSidebar.h); a row opens its chapter at the highlight.
 // Every page that comes to stand is kept as the book's reading position.
 // Highlights of the book are drawn whenever a chapter is shown; a click on
-// one opens its popover. A header-bar switch reads at night: the page light
-// on dark, highlights in their night colours.
+// one opens its popover, whose Share menu shares it. A header-bar switch
+// reads at night: the page light on dark, highlights in their night colours.
+// The header bar's notes menu shares all the book's notes or exports them
+// (PMReaderSharing.h).
 // The waiting calls (open, turnPages, find, highlight, switchNight,
-// showNotes, writeScreenshot) let scripts drive it.
+// showNotes, openShareMenu, exportNotes, writeScreenshot) let scripts drive it.
 // Errors: create answers nullptr and the waiting calls false, filling *error
 // (PMReaderErrorDomain, or the engine's) when a document cannot be shown,
 // the engine stops answering, a search finds nothing or a file cannot be
@@ -25,6 +27,7 @@
 #include "PMReaderNotesSidebar.h"
 #include "PMReaderPosition.h"
 #include "PMReaderSearchPanel.h"
+#include "PMReaderSharing.h"
 #include "book/PMBookNavigation.h"
 #include "engine/PMEngineSession.h"
 
@@ -60,6 +63,11 @@ public:
     bool switchNight(bool night, KCError* error);
     // Shows or hides the notes sidebar; waits until the page is laid out beside it.
     bool showNotes(bool shown, KCError* error);
+    // Opens the popover of the book's newest highlight on the page shown with
+    // its Share menu open; answers the menu's titles.
+    std::optional<std::vector<std::string>> openShareMenu(KCError* error);
+    // The book's notes into the file, as HTML or RTF by its extension.
+    bool exportNotes(const std::string& path, KCError* error);
     // The window as drawn, at its size.
     bool writeScreenshot(const std::string& path, KCError* error);
     // Turns the main loop until the window is closed.
@@ -109,6 +117,7 @@ private:
     PMEngineSession& m_session;
     std::unique_ptr<PMReadingPositionStore> m_positions;
     std::unique_ptr<PMReaderHighlights> m_highlights;  // with the position's store
+    std::unique_ptr<PMReaderSharing> m_sharing;        // with the position's store
     PMBookNavigation m_navigation;
     std::vector<double> m_documentSizes;  // bytes of each spine document, for the place in the book
     GtkWidget* m_window = nullptr;

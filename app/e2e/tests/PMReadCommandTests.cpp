@@ -213,3 +213,48 @@ TEST_F(ReadCommand, ListsTheNotesNewestFirstInTheSidebar)
 }
 
 } // namespace
+
+// A highlight with a note: its popover's Share menu offers what `pagemoor share`
+// offers for it, and the notes exported from the window are the documents
+// `pagemoor export` writes, readable as HTML and as RTF.
+TEST_F(ReadCommand, SharesAHighlightAndExportsTheNotes)
+{
+    PMProgramResult none = read(m_book, R"([{"open": 2}, {"share": "menu"}])");
+    EXPECT_NE(none.err.find("action 2: the book has no highlight to share"), std::string::npos) << none.err;
+    PMProgramResult unknown = read(m_book, R"([{"export": "notes.pdf"}])");
+    EXPECT_NE(unknown.err.find("action 1: cannot tell the format of notes.pdf"), std::string::npos) << unknown.err;
+
+    std::string html = m_scratch.file("notes.html"), rtf = m_scratch.file("notes.rtf");
+    PMProgramResult shared = read(m_book, R"([{"open": 2}, {"highlight": "Hans Christian", "note": "the tales"}, {"share": "menu"},
+        {"export": ")" + html + R"("}, {"export": ")" + rtf + R"("}])");
+    ASSERT_EQ(shared.status, 0) << shared.err;
+
+    auto annotations = nlohmann::json::parse(PMRunPagemoor("annotations --store '" + m_store + "' list --asset http://www.gutenberg.org/ebooks/25545 --json").out, nullptr, false);
+    ASSERT_TRUE(annotations.is_array());
+    auto highlight = std::find_if(annotations.begin(), annotations.end(), [](const auto& a) { return a["annotationType"] == 2; });
+    ASSERT_NE(highlight, annotations.end());
+    const std::string book = "'" + m_book + "' --store '" + m_store + "'";
+    PMProgramResult offered = PMRunPagemoor("share " + book + " --uuid " + (*highlight)["annotationUuid"].get<std::string>() + " --list");
+    ASSERT_EQ(offered.status, 0) << offered.err;
+    std::string titles;
+    for (size_t line = 0, tab; (tab = offered.out.find('\t', line)) != std::string::npos; line = offered.out.find('\n', tab) + 1)
+        titles += "share: " + offered.out.substr(tab + 1, offered.out.find('\n', tab) - tab);
+    EXPECT_NE(titles.find("share: Mail\n"), std::string::npos) << titles;
+    EXPECT_EQ(shared.out, titles);
+
+    for (const auto& [file, format] : {std::pair(html, "html"), std::pair(rtf, "rtf")}) {
+        PMProgramResult exported = PMRunPagemoor("export " + book + " --format " + format);
+        ASSERT_EQ(exported.status, 0) << exported.err;
+        EXPECT_EQ(KCReadTestFile(file), exported.out) << format;
+    }
+    const std::string text = m_scratch.file("notes.txt");
+    ASSERT_EQ(std::system(("python3 -c 'import html.parser, sys\nclass Text(html.parser.HTMLParser):\n    handle_data = lambda self, data: print(data)\n"
+        "Text().feed(open(sys.argv[1]).read())' '" + html + "' > '" + text + "'").c_str()), 0);
+    const bool pandoc = std::system("command -v pandoc >/dev/null") == 0;
+    const std::string rtfText = pandoc && std::system(("pandoc -f rtf -t plain '" + rtf + "' -o '" + text + ".rtf'").c_str()) == 0
+        ? KCReadTestFile(text + ".rtf") : KCReadTestFile(rtf);
+    for (const std::string& read : {KCReadTestFile(text), rtfText}) {
+        EXPECT_NE(read.find("Hans Christian"), std::string::npos) << read;
+        EXPECT_NE(read.find("the tales"), std::string::npos) << read;
+    }
+}

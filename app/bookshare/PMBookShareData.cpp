@@ -1,6 +1,7 @@
 #include "PMBookShareData.h"
 
 #include "Sharing/TNAssetHTMLGenerator.h"
+#include "Sharing/TNUserPublishing.h"
 #include "Utilities/KCBundle.h"
 #include "Utilities/KCStringConversion.h"
 
@@ -47,4 +48,34 @@ void PMBookShareData::populate(TNAssetHTMLGenerator& generator) const
     generator.setPublisherName(citationSource.publisherName);
     generator.setPublisherYear(citationSource.publisherYear);
     generator.setReadingDirection(readingDirection());
+}
+
+TNAssetActivityItemPropertySource PMBookShareData::propertySource(std::u16string bookPath, std::u16string storeId) const
+{
+    return [this, bookPath = std::move(bookPath), storeId = std::move(storeId)](std::u16string_view, std::u16string_view key) -> KCValue {
+        auto text = [](const std::u16string& value) { return value.empty() ? KCValue() : KCValue(value); };
+        if (key == kTNAssetActivityItemProviderPropertyStoreId)
+            return KCValue(storeId);
+        if (key == kTNAssetActivityItemProviderPropertyStoreUrl || key == kTNAssetActivityItemProviderPropertyStoreShortUrl) {
+            bool isShort = key == kTNAssetActivityItemProviderPropertyStoreShortUrl;
+            TNUserPublishing& publishing = TNUserPublishing::sharedInstance();
+            auto url = isShort ? publishing.storeShortURLForStoreId(storeId, nullptr) : publishing.storeURLForStoreId(storeId, nullptr);
+            return url ? KCValue(*url) : KCValue();
+        }
+        if (key == kTNAssetActivityItemProviderPropertyBookPath)
+            return KCValue(bookPath);
+        if (key == kTNAssetActivityItemProviderPropertyEpubId)
+            return text(identifier);
+        if (key == kTNAssetActivityItemProviderPropertyTitle)
+            return text(citationSource.title);
+        if (key == kTNAssetActivityItemProviderPropertyAuthor)
+            return text(citationSource.author);
+        if (key == kTNAssetActivityItemProviderPropertyPublisherName)
+            return text(citationSource.publisherName);
+        if (key == kTNAssetActivityItemProviderPropertyPublisherYear)
+            return text(citationSource.publisherYear);
+        if (key == kTNAssetActivityItemProviderPropertyLanguage)
+            return text(language);
+        return KCValue();
+    };
 }
