@@ -117,6 +117,9 @@ const std::vector<ActionKind>& actionKinds()
         {"night", trueOrFalse, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
             return outcome(window.switchNight(action.argument.get<bool>(), error));
         }},
+        {"scrolled", trueOrFalse, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            return outcome(window.switchScrolled(action.argument.get<bool>(), error));
+        }},
     };
     return kinds;
 }

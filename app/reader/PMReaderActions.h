@@ -11,6 +11,7 @@
 //                           chapter shown (style 1 to 5, by default 3;
 //                           underline and note optional)
 //   {"night": true}         reads by night (false: by day)
+//   {"scrolled": true}      scrolls the chapter in one column (false: pages)
 //   {"quit": true}          stops playing
 // Errors: parse answers nothing and fills *error (PMReaderErrorDomain) for
 // text that is not such a list, naming the action at fault; play answers

@@ -6,7 +6,9 @@
 // Page Up/Down and space, and by clicking the page's left or right edge
 // (the other way round on right-to-left pages); a turn past a chapter's end
 // goes on in the next or previous spine item. A new window size lays the
-// chapter out again at the text that was shown.
+// chapter out again at the text that was shown. A header-bar switch scrolls
+// the chapter instead; fixed-layout books show their pages or spreads
+// scaled into the view (PMReaderLayout.h).
 // Ctrl+F and the search button search the book (PMReaderSearchPanel.h); a
 // result opens its chapter at the match and selects it.
 // Every page that comes to stand is kept as the book's reading position.
@@ -20,6 +22,7 @@
 // the engine stops answering, a search finds nothing or a file cannot be
 // written.
 #include "PMReaderHighlights.h"
+#include "PMReaderLayout.h"
 #include "PMReaderPosition.h"
 #include "PMReaderSearchPanel.h"
 #include "book/PMBookNavigation.h"
@@ -55,6 +58,8 @@ public:
     bool highlight(const std::string& text, const PMHighlightStyle& style, KCError* error);
     // Reads by night or by day; waits until the page is drawn again.
     bool switchNight(bool night, KCError* error);
+    // Scrolls the chapter in one column, or shows it in pages; waits until the page stands.
+    bool switchScrolled(bool scrolled, KCError* error);
     // The window as drawn, at its size.
     bool writeScreenshot(const std::string& path, KCError* error);
     // Turns the main loop until the window is closed.
@@ -92,6 +97,8 @@ private:
     void redraw(const std::string& before = {});
     bool waitForRedraw(KCError* error);
     void setNight(bool night);
+    void setScrolled(bool scrolled);
+    KCSize viewSize() const;
     void highlightClicked(const std::string& clickJSON);
     void updateStatus();
     bool waitUntilSettled(KCError* error);
@@ -101,6 +108,7 @@ private:
     static gboolean loadFailed(struct _WebKitWebView* view, int event, const char* URI, GError* error, gpointer self);
 
     PMEngineSession& m_session;
+    PMReaderLayout m_layout;
     std::unique_ptr<PMReadingPositionStore> m_positions;
     std::unique_ptr<PMReaderHighlights> m_highlights;  // with the position's store
     PMBookNavigation m_navigation;
@@ -115,6 +123,7 @@ private:
     bool m_busy = false;
     bool m_night = false;
     GtkWidget* m_nightButton = nullptr;
+    GtkWidget* m_scrolledButton = nullptr;
     GtkWidget* m_highlightPopover = nullptr;  // weak; the view is its parent while it is open
     int m_redrawing = 0;
     int m_relayouts = 0;  // the page's own lay-outs after a new size
