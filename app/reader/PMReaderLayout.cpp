@@ -47,6 +47,8 @@ std::vector<size_t> PMReaderLayout::spreadStarts(bool landscape) const
 
 size_t PMReaderLayout::spreadStart(size_t spineIndex, const KCSize& view) const
 {
+    if (spineIndex >= m_renditions.size())
+        return spineIndex;  // not in the book: the caller says so
     auto starts = spreadStarts(isLandscape(view));
     auto after = std::upper_bound(starts.begin(), starts.end(), spineIndex);
     return after == starts.begin() ? spineIndex : *(after - 1);

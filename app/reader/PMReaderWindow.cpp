@@ -532,7 +532,7 @@ void PMReaderWindow::updateStatus()
     auto chapter = m_navigation.chapterTitleForLocation(PMReadingPosition {m_state.spineIndex, {}}.cfi(spine[m_state.spineIndex].idref));
     // Scrolled, the place in the chapter: 0% at its top, 100% scrolled to its end.
     const std::string place = !m_layout.scrolled() ? KCStringWithFormat("Page %d of %d", m_state.page + 1, m_state.count)
-        : KCStringWithFormat("%d%% of the chapter", m_state.count > 1 ? m_state.page * 100 / (m_state.count - 1) : 100);
+        : KCStringWithFormat("%d%% of the chapter", m_state.count > 1 ? static_cast<int>(std::lround(m_state.page * 100.0 / (m_state.count - 1))) : 100);
     m_status = KCStringWithFormat("%s \u2014 %s \u2014 %d%%", chapter.value_or(m_session.book->package().title).c_str(), place.c_str(),
         static_cast<int>(std::lround(bookFraction() * 100)));
     gtk_label_set_text(m_statusLabel, m_status.c_str());
