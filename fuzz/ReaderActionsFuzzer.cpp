@@ -25,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             || ((action.name == "screenshot" || action.name == "find") && argument.is_string() && !argument.get<std::string>().empty())
             || (action.name == "highlight" && argument.is_string() && !argument.get<std::string>().empty()
                 && action.options.value("style", 3) >= 1 && action.options.value("style", 3) <= 5)
-            || (action.name == "night" && argument.is_boolean());
+            || ((action.name == "night" || action.name == "scrolled") && argument.is_boolean());
         // Only a highlight takes other members.
         if (!playable || (action.name != "highlight" && !action.options.empty()))
             std::abort();

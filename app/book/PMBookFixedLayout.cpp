@@ -5,6 +5,8 @@
 
 #include <glib.h>
 
+#include <cmath>
+
 namespace {
 
 PMPageSpread spreadNamed(std::string_view name, PMPageSpread otherwise)
@@ -73,7 +75,7 @@ std::optional<KCSize> PMViewportSizeOfDocument(std::string_view documentXML)
                 size.height = value;
         }
         g_strfreev(pairs);
-        if (size.width > 0 && size.height > 0)
+        if (size.width > 0 && size.height > 0 && std::isfinite(size.width) && std::isfinite(size.height))
             found = size;
     });
     return found;

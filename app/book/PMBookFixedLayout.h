@@ -22,5 +22,5 @@ struct PMSpineRendition {
 PMSpineRendition PMSpineItemRendition(const PMPackage& package, size_t spineIndex);
 bool PMPackageIsRightToLeft(const PMPackage& package);
 // The width and height of `<meta name="viewport" content="width=600, height=837">`
-// in a content document; nothing without both as positive numbers.
+// in a content document; nothing without both as positive finite numbers.
 std::optional<KCSize> PMViewportSizeOfDocument(std::string_view documentXML);
