@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             || (action.name == "share" && argument == "menu")
             || (action.name == "highlight" && argument.is_string() && !argument.get<std::string>().empty()
                 && action.options.value("style", 3) >= 1 && action.options.value("style", 3) <= 5)
-            || ((action.name == "night" || action.name == "sidebar") && argument.is_boolean());
+            || ((action.name == "night" || action.name == "sidebar" || action.name == "scrolled") && argument.is_boolean());
         // Only a highlight takes other members.
         if (!playable || (action.name != "highlight" && !action.options.empty()))
             std::abort();

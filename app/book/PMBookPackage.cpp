@@ -172,6 +172,13 @@ std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::
         foundPublication |= publication;
     });
 
+    PMXMLForEachDescendant(metadata, "meta", [&](const xmlNode* meta) {
+        const std::string property = PMXMLAttribute(meta, "property");
+        std::string* field = property == "rendition:layout" ? &package.layout : property == "rendition:spread" ? &package.spread : nullptr;
+        if (field && field->empty())
+            *field = PMXMLText(meta);
+    });
+
     std::string base = PMContainerDirectoryOf(packagePath);
     for (const xmlNode* item = PMXMLFirstChild(PMXMLFirstChild(root, "manifest"), "item"); item; item = item->next) {
         if (!PMXMLIsElement(item, "item"))
@@ -189,10 +196,11 @@ std::optional<PMPackage> PMParsePackage(std::string_view packageXML, const std::
         pathsByIdentifier[it->identifier] = it->path;  // the first item wins a duplicated id
     const xmlNode* spine = PMXMLFirstChild(root, "spine");
     package.spineToc = PMXMLAttribute(spine, "toc");
+    package.pageProgressionDirection = PMXMLAttribute(spine, "page-progression-direction");
     for (const xmlNode* itemref = PMXMLFirstChild(spine, "itemref"); itemref; itemref = itemref->next) {
         if (!PMXMLIsElement(itemref, "itemref"))
             continue;
-        PMSpineItem entry {PMXMLAttribute(itemref, "idref"), {}, PMXMLAttribute(itemref, "linear") != "no"};
+        PMSpineItem entry {PMXMLAttribute(itemref, "idref"), {}, PMXMLAttribute(itemref, "linear") != "no", PMXMLAttribute(itemref, "properties")};
         if (auto found = pathsByIdentifier.find(entry.idref); found != pathsByIdentifier.end())
             entry.path = found->second;
         else

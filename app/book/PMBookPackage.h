@@ -22,6 +22,7 @@ struct PMSpineItem {
     std::string idref;
     std::string path;  // the manifest item's path; empty when the idref names no item
     bool linear = true;
+    std::string properties = {};  // the itemref's ("page-spread-left rendition:layout-pre-paginated")
 };
 
 struct PMPackage {
@@ -36,6 +37,9 @@ struct PMPackage {
     std::vector<PMManifestItem> manifest;
     std::vector<PMSpineItem> spine;
     std::string spineToc;  // the manifest id of the NCX, as the spine names it
+    std::string pageProgressionDirection;  // the spine's: "ltr", "rtl" or empty (the default)
+    std::string layout;  // "rendition:layout": "pre-paginated", "reflowable" or empty
+    std::string spread;  // "rendition:spread": "none", "landscape", "both", "auto" or empty
 
     // The date's leading four digits ("2008" of "2008-05-20"); empty without them.
     std::string year() const;

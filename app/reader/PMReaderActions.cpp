@@ -138,6 +138,9 @@ const std::vector<ActionKind>& actionKinds()
         {"export", fileName, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
             return outcome(window.exportNotes(action.argument.get<std::string>(), error));
         }},
+        {"scrolled", trueOrFalse, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            return outcome(window.switchScrolled(action.argument.get<bool>(), error));
+        }},
     };
     return kinds;
 }

@@ -17,6 +17,7 @@
 //                           prints the menu's titles, "share: TITLE" a line
 //   {"export": "F.html"}    writes the book's notes into the file, HTML or
 //                           RTF (or text) by its extension (.html, .rtf, .txt)
+//   {"scrolled": true}      scrolls the chapter in one column (false: pages)
 //   {"quit": true}          stops playing
 // What an action prints ("share") goes to play's `output`, standard output
 // when it has none.

@@ -67,8 +67,7 @@ const char* const kReaderScript = R"JS(
     // The first text on the page shown: its node, then the first character
     // that is not on an earlier page.
     function firstVisiblePath() {
-        var width = window.innerWidth, rtl = rightToLeft();
-        var before = function(rect) { return rtl ? rect.left >= width : rect.right <= 0; };
+        var before = current().before, visible = current().visible;
         var walker = document.createTreeWalker(document.body || document.documentElement, NodeFilter.SHOW_TEXT);
         for (var node = walker.nextNode(); node; node = walker.nextNode()) {
             if (!/\S/.test(node.data))
@@ -76,7 +75,7 @@ const char* const kReaderScript = R"JS(
             var range = document.createRange();
             range.selectNodeContents(node);
             var rects = Array.prototype.slice.call(range.getClientRects());
-            if (!rects.some(function(rect) { return rect.width > 0 && !before(rect) && (rtl ? rect.right > 0 : rect.left < width); }))
+            if (!rects.some(function(rect) { return rect.width > 0 && !before(rect) && visible(rect); }))
                 continue;
             var low = 0, high = node.length - 1;
             while (low < high) {
@@ -111,25 +110,47 @@ const char* const kReaderScript = R"JS(
         }
         return {node: node, offset: node.nodeType === 3 ? offset : 0};
     }
+    // Columns, the layout the others (PMReaderLayouts) stand beside.
+    var paged = {
+        layOut: layOut,
+        pageCount: pageCount,
+        currentPage: currentPage,
+        pageOf: function(rect) { return pageAt(rect.left + window.scrollX); },
+        scrollTo: function(page) { window.scrollTo((rightToLeft() ? -1 : 1) * page * window.innerWidth, 0); },
+        before: function(rect) { return rightToLeft() ? rect.left >= window.innerWidth : rect.right <= 0; },
+        visible: function(rect) { return rightToLeft() ? rect.right > 0 : rect.left < window.innerWidth; },
+    };
+    var layout = null, laidOut = null;  // the target's layout; null for columns
+    function current() {
+        return layout && window.PMReaderLayouts ? PMReaderLayouts[layout.mode] : paged;
+    }
     var shownPath = null;
     function state() {
         shownPath = firstVisiblePath();
-        return JSON.stringify({page: currentPage(), count: pageCount(), path: shownPath, rightToLeft: rightToLeft()});
+        return JSON.stringify({page: current().currentPage(), count: current().pageCount(), path: shownPath, rightToLeft: rightToLeft()});
     }
+    // A promise of the state when the layout waits for a facing page.
     function show(target) {
-        layOut();
-        var count = pageCount(), page = 0;
+        if (target.layout !== undefined)
+            layout = target.layout;
+        var mode = layout ? layout.mode : 'paged';
+        if (laidOut !== mode && window.PMReaderLayouts)
+            PMReaderLayouts.reset();
+        laidOut = mode;
+        var kind = current();
+        var ready = kind.layOut(layout);
+        var count = kind.pageCount(), page = 0;
         if (typeof target.path === 'string' && target.path) {
             var position = positionOf(target.path);
-            page = pageAt(rectOf(position.node, position.offset).left + window.scrollX);
+            page = kind.pageOf(rectOf(position.node, position.offset));
         } else if (typeof target.page === 'number') {
             page = target.page < 0 ? count - 1 : target.page;
         }
         page = Math.max(0, Math.min(count - 1, page));
-        window.scrollTo((rightToLeft() ? -1 : 1) * page * window.innerWidth, 0);
-        return state();
+        kind.scrollTo(page);
+        return ready ? ready.then(state) : state();
     }
-    window.PMReader = {show: show, state: state, pathOf: pathOf, positionOf: positionOf};
+    window.PMReader = {show: show, state: state, pathOf: pathOf, positionOf: positionOf, layout: function() { return layout; }};
     // A new width lays the chapter out again at the text that was shown, and
     // tells the reader where the page stands now.
     var resizing = 0;
@@ -138,9 +159,10 @@ const char* const kReaderScript = R"JS(
         resizing = setTimeout(function() {
             if (shownPath === null)
                 return;
-            var moved = show({path: shownPath});
-            if (window.webkit && window.webkit.messageHandlers && window.webkit.messageHandlers.pagemoorReader)
-                window.webkit.messageHandlers.pagemoorReader.postMessage(moved);
+            Promise.resolve(show({path: shownPath})).then(function(moved) {
+                if (window.webkit && window.webkit.messageHandlers && window.webkit.messageHandlers.pagemoorReader)
+                    window.webkit.messageHandlers.pagemoorReader.postMessage(moved);
+            });
         }, 100);
     });
     // The page clean-up lays out columns of its own at its load stages.
@@ -150,7 +172,10 @@ const char* const kReaderScript = R"JS(
             var original = cleanup[name];
             cleanup[name] = function(bookInfo) {
                 original.call(cleanup, bookInfo);
-                layOut();
+                // Its columns are only for the paged layout.
+                if (layout)
+                    ['height', 'column-width', 'column-gap', 'column-fill'].forEach(function(name) { document.documentElement.style.removeProperty(name); });
+                current().layOut(layout);
             };
         });
     }

@@ -2,6 +2,7 @@
 
 #include "PMReaderHighlightPopover.h"
 #include "PMReaderHighlightScript.h"
+#include "PMReaderLayoutScript.h"
 #include "PMReaderPageScript.h"
 #include "PMReaderPopoverSnapshot.h"
 #include "PMReaderSearchScript.h"
@@ -65,6 +66,7 @@ std::unique_ptr<PMReaderWindow> PMReaderWindow::create(PMEngineSession& session,
 
 PMReaderWindow::PMReaderWindow(PMEngineSession& session, std::unique_ptr<PMReadingPositionStore> positions)
     : m_session(session)
+    , m_layout(session)
     , m_positions(std::move(positions))
 {
     if (m_positions) {
@@ -126,8 +128,14 @@ void PMReaderWindow::build(const KCSize& size)
         static_cast<PMReaderWindow*>(data)->setNight(gtk_toggle_button_get_active(button));
     }), this);
     adw_header_bar_pack_end(ADW_HEADER_BAR(header), m_nightButton);
+    m_scrolledButton = gtk_toggle_button_new_with_label("Scrolled");
+    g_signal_connect(m_scrolledButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
+        static_cast<PMReaderWindow*>(data)->setScrolled(gtk_toggle_button_get_active(button));
+    }), this);
+    adw_header_bar_pack_end(ADW_HEADER_BAR(header), m_scrolledButton);
 
     WebKitWebView* webView = m_session.view->webView();
+    PMInstallReaderLayoutScript(webView);
     PMInstallReaderPageScript(webView);
     PMInstallReaderHighlightScript(webView);
     PMInstallReaderSearchScript(webView);
@@ -164,7 +172,7 @@ void PMReaderWindow::build(const KCSize& size)
         auto* self = static_cast<PMReaderWindow*>(data);
         GtkWidget* widget = gtk_event_controller_get_widget(GTK_EVENT_CONTROLLER(gesture));
         const double width = gtk_widget_get_width(widget);
-        const int rightward = self->m_state.rightToLeft ? -1 : 1;
+        const int rightward = self->m_state.rightToLeft || self->m_layout.rightToLeft() ? -1 : 1;
         const int direction = x < width * kEdgeFraction ? -rightward : x > width * (1 - kEdgeFraction) ? rightward : 0;
         if (!direction) {
             gtk_gesture_set_state(GTK_GESTURE(gesture), GTK_EVENT_SEQUENCE_DENIED);
@@ -210,7 +218,7 @@ void PMReaderWindow::build(const KCSize& size)
         if (GtkWidget* focus = gtk_root_get_focus(GTK_ROOT(self->m_window)); focus && GTK_IS_EDITABLE(focus))
             return FALSE;
         // Right-to-left pages go on to the left.
-        const int rightward = self->m_state.rightToLeft ? -1 : 1;
+        const int rightward = self->m_state.rightToLeft || self->m_layout.rightToLeft() ? -1 : 1;
         switch (key) {
         case GDK_KEY_Right:
         case GDK_KEY_Left:
@@ -306,6 +314,7 @@ bool PMReaderWindow::turnPages(int count, KCError* error)
 
 bool PMReaderWindow::show(size_t spineIndex, const std::string& target, KCError* error)
 {
+    spineIndex = m_layout.spreadStart(spineIndex, viewSize());
     if (m_loadedSpineIndex == spineIndex && !m_pendingTarget) {
         showTarget(target);
         return true;
@@ -331,7 +340,7 @@ void PMReaderWindow::turn(int direction)
         return;
     }
     // Past the chapter's end: on in the next or previous document; the book's ends stay put.
-    const long spineIndex = static_cast<long>(m_state.spineIndex) + direction;
+    const long spineIndex = m_layout.neighbour(m_state.spineIndex, direction, viewSize());
     if (spineIndex < 0 || spineIndex >= static_cast<long>(m_session.documentCount()))
         return;
     KCError error;
@@ -352,7 +361,7 @@ void PMReaderWindow::showTarget(const std::string& target)
 {
     m_busy = true;
     // Fonts that are still coming would move the text after the page is chosen.
-    runInPage("await document.fonts.ready; " + decorationScript() + "; return " + PMReaderShowScript(target) + ";",
+    runInPage("await document.fonts.ready; " + decorationScript() + "; return " + PMReaderShowScript(m_layout.target(target, m_loadedSpineIndex.value_or(0), viewSize(), m_night)) + ";",
         [this](const std::string& state) { settle(state); });
 }
 
@@ -385,6 +394,28 @@ void PMReaderWindow::setNight(bool night)
     adw_style_manager_set_color_scheme(adw_style_manager_get_default(), night ? ADW_COLOR_SCHEME_FORCE_DARK : ADW_COLOR_SCHEME_DEFAULT);
     gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(m_nightButton), night);
     redraw();
+}
+
+void PMReaderWindow::setScrolled(bool scrolled)
+{
+    if (scrolled == m_layout.scrolled())
+        return;
+    m_layout.setScrolled(scrolled);
+    gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(m_scrolledButton), scrolled);
+    if (m_stateKnown && !m_pendingTarget)
+        showTarget(pathTarget(m_state.path));
+}
+
+bool PMReaderWindow::switchScrolled(bool scrolled, KCError* error)
+{
+    setScrolled(scrolled);
+    return waitUntilSettled(error);
+}
+
+KCSize PMReaderWindow::viewSize() const
+{
+    GtkWidget* view = GTK_WIDGET(m_session.view->webView());
+    return {static_cast<double>(gtk_widget_get_width(view)), static_cast<double>(gtk_widget_get_height(view))};
 }
 
 bool PMReaderWindow::switchNight(bool night, KCError* error)
@@ -575,8 +606,11 @@ void PMReaderWindow::updateStatus()
 {
     const auto& spine = m_session.book->package().spine;
     auto chapter = m_navigation.chapterTitleForLocation(PMReadingPosition {m_state.spineIndex, {}}.cfi(spine[m_state.spineIndex].idref));
-    m_status = KCStringWithFormat("%s \u2014 Page %d of %d \u2014 %d%%", chapter.value_or(m_session.book->package().title).c_str(),
-        m_state.page + 1, m_state.count, static_cast<int>(std::lround(bookFraction() * 100)));
+    // Scrolled, the place in the chapter: 0% at its top, 100% scrolled to its end.
+    const std::string place = !m_layout.scrolled() ? KCStringWithFormat("Page %d of %d", m_state.page + 1, m_state.count)
+        : KCStringWithFormat("%d%% of the chapter", m_state.count > 1 ? static_cast<int>(std::lround(m_state.page * 100.0 / (m_state.count - 1))) : 100);
+    m_status = KCStringWithFormat("%s \u2014 %s \u2014 %d%%", chapter.value_or(m_session.book->package().title).c_str(), place.c_str(),
+        static_cast<int>(std::lround(bookFraction() * 100)));
     gtk_label_set_text(m_statusLabel, m_status.c_str());
 }
 

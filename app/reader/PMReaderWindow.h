@@ -6,7 +6,9 @@
 // Page Up/Down and space, and by clicking the page's left or right edge
 // (the other way round on right-to-left pages); a turn past a chapter's end
 // goes on in the next or previous spine item. A new window size lays the
-// chapter out again at the text that was shown.
+// chapter out again at the text that was shown. A header-bar switch scrolls
+// the chapter instead; fixed-layout books show their pages or spreads
+// scaled into the view (PMReaderLayout.h).
 // Ctrl+F and the search button search the book (PMReaderSearchPanel.h); a
 // result opens its chapter at the match and selects it.
 // Ctrl+B and the notes button show the book's highlights and notes beside
@@ -24,6 +26,7 @@
 // the engine stops answering, a search finds nothing or a file cannot be
 // written.
 #include "PMReaderHighlights.h"
+#include "PMReaderLayout.h"
 #include "PMReaderNotesSidebar.h"
 #include "PMReaderPosition.h"
 #include "PMReaderSearchPanel.h"
@@ -68,6 +71,8 @@ public:
     std::optional<std::vector<std::string>> openShareMenu(KCError* error);
     // The book's notes into the file, as HTML or RTF by its extension.
     bool exportNotes(const std::string& path, KCError* error);
+    // Scrolls the chapter in one column, or shows it in pages; waits until the page stands.
+    bool switchScrolled(bool scrolled, KCError* error);
     // The window as drawn, at its size.
     bool writeScreenshot(const std::string& path, KCError* error);
     // Turns the main loop until the window is closed.
@@ -105,6 +110,8 @@ private:
     void redraw(const std::string& before = {});
     bool waitForRedraw(KCError* error);
     void setNight(bool night);
+    void setScrolled(bool scrolled);
+    KCSize viewSize() const;
     void highlightClicked(const std::string& clickJSON);
     void editHighlight(const std::u16string& uuid, const PMHighlightEdit& edit);
     void updateStatus();
@@ -115,6 +122,7 @@ private:
     static gboolean loadFailed(struct _WebKitWebView* view, int event, const char* URI, GError* error, gpointer self);
 
     PMEngineSession& m_session;
+    PMReaderLayout m_layout;
     std::unique_ptr<PMReadingPositionStore> m_positions;
     std::unique_ptr<PMReaderHighlights> m_highlights;  // with the position's store
     std::unique_ptr<PMReaderSharing> m_sharing;        // with the position's store
@@ -130,6 +138,7 @@ private:
     bool m_busy = false;
     bool m_night = false;
     GtkWidget* m_nightButton = nullptr;
+    GtkWidget* m_scrolledButton = nullptr;
     GtkWidget* m_highlightPopover = nullptr;  // weak; the view is its parent while it is open
     int m_redrawing = 0;
     int m_relayouts = 0;  // the page's own lay-outs after a new size

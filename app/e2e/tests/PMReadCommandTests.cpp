@@ -210,9 +210,144 @@ TEST_F(ReadCommand, ListsTheNotesNewestFirstInTheSidebar)
     ASSERT_GT(yellow.size(), 20u) << "no yellow swatch in the sidebar";
     ASSERT_GT(pink.size(), 20u) << "no pink swatch in the sidebar";
     EXPECT_LT(pink.back(), yellow.front()) << "the newer note is not listed first";
+
+// The first row below the header bar whose pixel at x has the colour: the view's top.
+int viewTop(const PMTestPNGImage& image, int x, const std::array<int, 3>& colour)
+{
+    for (int y = 20; y < image.height; ++y) {
+        if (PMTestColourDifference(image.at(x, y), colour) <= 2)
+            return y;
+    }
+    return image.height;
 }
 
-} // namespace
+// The mean brightness of a grid of cells over a rectangle, to tell pages apart at any scale.
+std::vector<double> brightnessGrid(const PMTestPNGImage& image, int left, int top, int width, int height)
+{
+    constexpr int cells = 12;
+    std::vector<double> grid;
+    for (int cell = 0; cell < cells * cells; ++cell) {
+        const int x0 = left + cell % cells * width / cells, y0 = top + cell / cells * height / cells;
+        double sum = 0;
+        int count = 0;
+        for (int y = y0; y < y0 + height / cells; ++y) {
+            for (int x = x0; x < x0 + width / cells; ++x, ++count) {
+                auto pixel = image.at(x, y);
+                sum += pixel[0] + pixel[1] + pixel[2];
+            }
+        }
+        grid.push_back(sum / std::max(1, count));
+    }
+    return grid;
+}
+
+double gridDistance(const std::vector<double>& a, const std::vector<double>& b)
+{
+    double distance = 0;
+    for (size_t cell = 0; cell < a.size(); ++cell)
+        distance += std::abs(a[cell] - b[cell]);
+    return distance;
+}
+
+// A fixed-layout book of 600 by 837 pages, read right to left with spreads
+// in landscape: in a portrait window one page fills the view's height,
+// centred on the backdrop; in a landscape one two pages show, the first on
+// the right, and a turn moves on by a whole spread.
+TEST_F(ReadCommand, ShowsFixedLayoutPagesAndSpreads)
+{
+    const std::string book = std::string(PM_SOURCE_DIR) + "/app/e2e/books/haruko-html-jpeg.epub";
+    const std::array<int, 3> backdrop {0xde, 0xdd, 0xda};
+    auto readAt = [&](const std::string& size, const std::string& actions) {
+        KCWriteTestFile(m_scratch.file("actions.json"), actions);
+        return PMRunPagemoor("read '" + book + "' --size " + size + " --store '" + m_store + "' --actions '" + m_scratch.file("actions.json") + "'");
+    };
+    // The page's extent on the view's middle row, and the view's rows.
+    struct Extent {
+        int left = 0, right = 0, top = 0, bottom = 0;
+    };
+    auto extent = [&](const PMTestPNGImage& image) {
+        Extent found;
+        found.top = viewTop(image, 12, backdrop);
+        found.bottom = found.top;
+        while (found.bottom < image.height && PMTestColourDifference(image.at(12, found.bottom), backdrop) <= 2)
+            ++found.bottom;
+        const int middle = (found.top + found.bottom) / 2;
+        found.left = 12;
+        while (found.left < image.width && PMTestColourDifference(image.at(found.left, middle), backdrop) <= 2)
+            ++found.left;
+        found.right = image.width - 12;
+        while (found.right > 0 && PMTestColourDifference(image.at(found.right - 1, middle), backdrop) <= 2)
+            --found.right;
+        return found;
+    };
+
+    std::string single = m_scratch.file("page.png"), spread = m_scratch.file("spread.png");
+    PMProgramResult portrait = readAt("600x800", R"([{"open": 1}, {"screenshot": ")" + single + R"("}])");
+    ASSERT_EQ(portrait.status, 0) << portrait.err;
+    PMProgramResult landscape = readAt("1000x600", R"([{"open": 1}, {"screenshot": ")" + spread + R"("}, {"next": 1}])");
+    ASSERT_EQ(landscape.status, 0) << landscape.err;
+    auto page = PMTestPNGImageOfFile(single), pages = PMTestPNGImageOfFile(spread);
+    ASSERT_TRUE(page && pages);
+
+    for (const auto& [image, count] : {std::pair(&*page, 1), std::pair(&*pages, 2)}) {
+        SCOPED_TRACE(count);
+        Extent shown = extent(*image);
+        const int height = shown.bottom - shown.top;
+        ASSERT_GT(height, 400);
+        // Every row of the view, from top to bottom, is the page's in the middle.
+        int pageRows = 0;
+        for (int y = shown.top; y < shown.bottom; ++y)
+            pageRows += PMTestColourDifference(image->at(image->width / 2, y), backdrop) > 2;
+        EXPECT_GE(pageRows, height - 2);
+        EXPECT_NEAR(shown.right - shown.left, count * height * 600.0 / 837, 4 * count);
+        EXPECT_NEAR(shown.left, image->width - shown.right, 4) << "not centred";
+    }
+    // The spread's right page is the one the portrait window showed alone.
+    Extent alone = extent(*page), both = extent(*pages);
+    const int half = (both.right - both.left) / 2;
+    auto first = brightnessGrid(*page, alone.left, alone.top, alone.right - alone.left, alone.bottom - alone.top);
+    EXPECT_LT(gridDistance(first, brightnessGrid(*pages, both.left + half, both.top, half, both.bottom - both.top)),
+        gridDistance(first, brightnessGrid(*pages, both.left, both.top, half, both.bottom - both.top)) / 2);
+
+    PMProgramResult stored = PMRunPagemoor("annotations --store '" + m_store + "' list --asset urn:uuid:A649F639-6C1F-1014-8CC3-F813564D7508");
+    ASSERT_EQ(stored.status, 0) << stored.err;
+    EXPECT_NE(stored.out.find("location epubcfi(/6/8[p04]!)"), std::string::npos) << stored.out;
+}
+
+// Scrolled, the chapter runs on in one column: a turn scrolls it by a view's
+// height, cutting through lines where pages would leave a margin, and the
+// place kept moves on in the same chapter.
+TEST_F(ReadCommand, ScrollsAChapterInOneColumn)
+{
+    std::string top = m_scratch.file("top.png"), scrolled = m_scratch.file("scrolled.png");
+    PMProgramResult result = read(m_book, R"([{"open": 2}, {"scrolled": true}, {"screenshot": ")" + top + R"("}, {"next": 1},
+        {"screenshot": ")" + scrolled + R"("}])");
+    ASSERT_EQ(result.status, 0) << result.err;
+    auto before = PMTestPNGImageOfFile(top), after = PMTestPNGImageOfFile(scrolled);
+    ASSERT_TRUE(before && after);
+    const int viewTop = ::viewTop(*after, 30, {255, 255, 255});
+    ASSERT_LT(viewTop, 100);
+    auto darkPixels = [](const PMTestPNGImage& image, int from, int to) {
+        int dark = 0;
+        for (int y = from; y < to; ++y) {
+            for (int x = 0; x < image.width; ++x)
+                dark += image.at(x, y)[0] < 128;
+        }
+        return dark;
+    };
+    EXPECT_LT(darkPixels(*before, viewTop, viewTop + 20), 10) << "the chapter's top has its margin";
+    EXPECT_GT(darkPixels(*after, viewTop, viewTop + 20), 50) << "no text at the top of the scrolled view";
+    int differing = 0;
+    for (int y = viewTop; y < after->height * 3 / 4; ++y)
+        differing += before->difference(*after, after->width / 4, y) > 64;
+    EXPECT_GT(differing, 20) << "the view did not scroll";
+
+    PMProgramResult stored = PMRunPagemoor("annotations --store '" + m_store + "' list --asset http://www.gutenberg.org/ebooks/25545");
+    ASSERT_EQ(stored.status, 0) << stored.err;
+    EXPECT_NE(stored.out.find("location epubcfi(/6/6[s04]!/4/"), std::string::npos) << stored.out;
+    EXPECT_EQ(stored.out.find("location epubcfi(/6/6[s04]!/4/2/1:0)"), std::string::npos) << "the place kept is the chapter's top: " << stored.out;
+}
+
 
 // A highlight with a note: its popover's Share menu offers what `pagemoor share`
 // offers for it, and the notes exported from the window are the documents
@@ -258,3 +393,5 @@ TEST_F(ReadCommand, SharesAHighlightAndExportsTheNotes)
         EXPECT_NE(read.find("the tales"), std::string::npos) << read;
     }
 }
+
+} // namespace
