@@ -210,6 +210,7 @@ TEST_F(ReadCommand, ListsTheNotesNewestFirstInTheSidebar)
     ASSERT_GT(yellow.size(), 20u) << "no yellow swatch in the sidebar";
     ASSERT_GT(pink.size(), 20u) << "no pink swatch in the sidebar";
     EXPECT_LT(pink.back(), yellow.front()) << "the newer note is not listed first";
+}
 
 // The first row below the header bar whose pixel at x has the colour: the view's top.
 int viewTop(const PMTestPNGImage& image, int x, const std::array<int, 3>& colour)
