@@ -156,7 +156,7 @@ const ActionKind* kindNamed(const std::string& name)
 
 bool fail(KCError* error, size_t index, const std::string& message)
 {
-    return KCSetError(error, {"PMReaderErrorDomain", 30, "action " + std::to_string(index + 1) + ": " + message});
+    return KCSetError(error, {PMReaderErrorDomain, 30, "action " + std::to_string(index + 1) + ": " + message});
 }
 
 } // namespace
@@ -165,7 +165,7 @@ std::optional<std::vector<PMReaderAction>> PMParseReaderActions(std::string_view
 {
     auto list = nlohmann::ordered_json::parse(json, nullptr, false);
     if (list.is_discarded() || !list.is_array()) {
-        KCSetError(error, {"PMReaderErrorDomain", 31, "the actions are not a JSON list of objects"});
+        KCSetError(error, {PMReaderErrorDomain, 31, "the actions are not a JSON list of objects"});
         return std::nullopt;
     }
     std::vector<PMReaderAction> actions;

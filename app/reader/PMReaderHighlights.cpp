@@ -4,6 +4,7 @@
 #include "Utilities/KCStringAdditions.h"
 #include "Utilities/KCStringConversion.h"
 #include "book/PMBookNavigation.h"
+#include "host/PMReaderWebView.h"
 
 #include <nlohmann/json.hpp>
 
@@ -137,7 +138,7 @@ std::shared_ptr<TNAnnotation> PMReaderHighlights::add(const PMFoundText& found, 
 {
     auto annotation = TNAnnotation::insertAnnotationWithAssetID(m_assetID, std::nullopt, std::nullopt, m_context.get());
     if (!annotation) {
-        KCSetError(error, {"PMReaderErrorDomain", 40, "could not make an annotation"});
+        KCSetError(error, {PMReaderErrorDomain, 40, "could not make an annotation"});
         return nullptr;
     }
     PMSentence sentence = PMSentenceAround(found.blockText, {found.offset, found.text.size()});
@@ -166,7 +167,7 @@ bool PMReaderHighlights::edit(std::u16string_view uuid, const PMHighlightEdit& e
     auto annotation = this->annotation(uuid);
     if (!annotation) {
         KCLog("No highlight %@ to change", KCUTF8FromUTF16(uuid));
-        return KCSetError(error, {"PMReaderErrorDomain", 41, "the highlight is gone"});
+        return KCSetError(error, {PMReaderErrorDomain, 41, "the highlight is gone"});
     }
     if (edit.style)
         annotation->setAnnotationStyle(*edit.style);
@@ -233,5 +234,5 @@ bool PMReaderHighlights::save(KCError* error)
     if (m_store.saveManagedObjectContext(*m_context))
         return true;
     KCLog("Could not keep the highlights in the annotation store");
-    return KCSetError(error, {"PMReaderErrorDomain", 42, "could not save the highlight in the annotation store"});
+    return KCSetError(error, {PMReaderErrorDomain, 42, "could not save the highlight in the annotation store"});
 }

@@ -4,6 +4,7 @@
 #include "Utilities/KCLogger.h"
 #include "Utilities/KCStringConversion.h"
 #include "book/PMBookNavigation.h"
+#include "host/PMReaderWebView.h"
 
 std::string PMReadingPosition::cfi(std::string_view idref) const
 {
@@ -49,6 +50,6 @@ bool PMReadingPositionStore::save(const std::string& cfi, KCError* error)
     if (m_store.saveManagedObjectContext(*m_context))
         return true;
     KCLog("Could not keep the reading position %@", cfi);
-    KCSetError(error, {"PMReaderErrorDomain", 10, "could not save the reading position in the annotation store"});
+    KCSetError(error, {PMReaderErrorDomain, 10, "could not save the reading position in the annotation store"});
     return false;
 }

@@ -6,6 +6,7 @@
 #include "bookshare/PMShareDocuments.h"
 #include "sharing/KCActivityController.h"
 #include "sharing/TNAssetActivityItemProvider.h"
+#include "host/PMReaderWebView.h"
 
 #include <glib.h>
 #include <nlohmann/json.hpp>
@@ -19,7 +20,7 @@ using Controllers = std::vector<std::shared_ptr<KCActivityController>>;
 bool fail(KCError* error, int code, const std::string& message)
 {
     KCLog("%@", message);
-    return KCSetError(error, {"PMReaderErrorDomain", code, message});
+    return KCSetError(error, {PMReaderErrorDomain, code, message});
 }
 
 // A share under way keeps its controller, the delegate of its service, until
@@ -121,7 +122,7 @@ PMSharingMenuModel PMReaderSharing::menuFor(TNAnnotation::Annotations annotation
             else if (service->name() != KCActivityTypePrint)
                 PMCopyShare(*controller, *service);
             else if (!PMPrintShare(*controller, *service))
-                controller->didFailToShareItems(*service, {}, {"PMReaderErrorDomain", 61, "there is nothing to print"});
+                controller->didFailToShareItems(*service, {}, {PMReaderErrorDomain, 61, "there is nothing to print"});
         };
     }
     return PMSharingMenuModelFromMenu(menu);

@@ -56,7 +56,7 @@ std::unique_ptr<PMReaderWindow> PMReaderWindow::create(PMEngineSession& session,
     const KCSize& size, KCError* error)
 {
     if (!session.view) {
-        KCSetError(error, {"PMReaderErrorDomain", 20, "the engine is not running"});
+        KCSetError(error, {PMReaderErrorDomain, 20, "the engine is not running"});
         return nullptr;
     }
     std::unique_ptr<PMReaderWindow> window(new PMReaderWindow(session, std::move(positions)));
@@ -291,7 +291,7 @@ bool PMReaderWindow::find(const std::string& query, KCError* error)
     if (!results)
         return false;
     if (results->empty())
-        return KCSetError(error, {"PMReaderErrorDomain", 27, "\u201C" + query + "\u201D was not found"});
+        return KCSetError(error, {PMReaderErrorDomain, 27, "\u201C" + query + "\u201D was not found"});
     // The list, shown as the search ends, narrows the page: the match's page is known once the
     // page has laid itself out again. (The search bar's own lay-outs came while the search ran.)
     const int relayouts = m_relayouts;
@@ -383,7 +383,7 @@ bool PMReaderWindow::waitForRedraw(KCError* error)
 {
     if (m_session.view->runUntil([this] { return m_redrawing == 0; }, kWaitSeconds))
         return true;
-    return KCSetError(error, {"PMReaderErrorDomain", 24, "the page was not drawn again"});
+    return KCSetError(error, {PMReaderErrorDomain, 24, "the page was not drawn again"});
 }
 
 void PMReaderWindow::setNight(bool night)
@@ -427,14 +427,14 @@ bool PMReaderWindow::switchNight(bool night, KCError* error)
 bool PMReaderWindow::highlight(const std::string& text, const PMHighlightStyle& style, KCError* error)
 {
     if (!m_highlights || !m_stateKnown || !m_loadedSpineIndex)
-        return KCSetError(error, {"PMReaderErrorDomain", 25, "no chapter is shown to highlight in"});
+        return KCSetError(error, {PMReaderErrorDomain, 25, "no chapter is shown to highlight in"});
     auto answer = std::make_shared<std::optional<std::string>>();
     runInPage("return " + PMReaderFindScript(text) + ";", [answer](const std::string& result) { *answer = result; });
     if (!m_session.view->runUntil([&] { return answer->has_value(); }, kWaitSeconds))
-        return KCSetError(error, {"PMReaderErrorDomain", 24, "the page did not answer"});
+        return KCSetError(error, {PMReaderErrorDomain, 24, "the page did not answer"});
     auto found = PMFoundText::fromJSON(**answer);
     if (!found)
-        return KCSetError(error, {"PMReaderErrorDomain", 26, "there is no \u201C" + text + "\u201D in this chapter"});
+        return KCSetError(error, {PMReaderErrorDomain, 26, "there is no \u201C" + text + "\u201D in this chapter"});
     // Printed pages count only in a book that lists them.
     if (m_navigation.pageList().empty())
         found->page.reset();
@@ -484,11 +484,11 @@ void PMReaderWindow::editHighlight(const std::u16string& uuid, const PMHighlight
 bool PMReaderWindow::showNotes(bool shown, KCError* error)
 {
     if (!m_notes)
-        return KCSetError(error, {"PMReaderErrorDomain", 55, "there are no notes without an annotation store"});
+        return KCSetError(error, {PMReaderErrorDomain, 55, "there are no notes without an annotation store"});
     if (!m_notes->reveal(shown))
         return true;
     if (!m_session.view->runUntil([this] { return m_notes->settled(); }, kWaitSeconds))
-        return KCSetError(error, {"PMReaderErrorDomain", 56, "the notes sidebar did not come to stand"});
+        return KCSetError(error, {PMReaderErrorDomain, 56, "the notes sidebar did not come to stand"});
     // The page lays itself out again at its new width a moment after the last change;
     // a page that kept its width says nothing.
     const int relayouts = m_relayouts;
@@ -500,7 +500,7 @@ bool PMReaderWindow::showNotes(bool shown, KCError* error)
 std::optional<std::vector<std::string>> PMReaderWindow::openShareMenu(KCError* error)
 {
     if (!m_sharing || !m_stateKnown) {
-        KCSetError(error, {"PMReaderErrorDomain", 25, "no chapter is shown to share from"});
+        KCSetError(error, {PMReaderErrorDomain, 25, "no chapter is shown to share from"});
         return std::nullopt;
     }
     auto newest = m_sharing->newestHighlight(error);
@@ -511,19 +511,19 @@ std::optional<std::vector<std::string>> PMReaderWindow::openShareMenu(KCError* e
     runInPage("return " + PMReaderTextLineScript(KCUTF8FromUTF16(newest->annotationSelectedText().value_or(u""))) + ";",
         [line](const std::string& result) { *line = result; });
     if (!m_session.view->runUntil([&] { return line->has_value(); }, kWaitSeconds)) {
-        KCSetError(error, {"PMReaderErrorDomain", 24, "the page did not answer"});
+        KCSetError(error, {PMReaderErrorDomain, 24, "the page did not answer"});
         return std::nullopt;
     }
     auto click = nlohmann::json::parse(**line, nullptr, false);
     if (!click.is_object()) {
-        KCSetError(error, {"PMReaderErrorDomain", 66, "the newest highlight is not on the page shown"});
+        KCSetError(error, {PMReaderErrorDomain, 66, "the newest highlight is not on the page shown"});
         return std::nullopt;
     }
     click["uuid"] = KCUTF8FromUTF16(newest->annotationUuid().value_or(u""));
     highlightClicked(click.dump());
     GtkMenuButton* share = m_highlightPopover ? PMHighlightPopoverShareButton(m_highlightPopover) : nullptr;
     if (!share) {
-        KCSetError(error, {"PMReaderErrorDomain", 67, "the highlight's popover has no share menu"});
+        KCSetError(error, {PMReaderErrorDomain, 67, "the highlight's popover has no share menu"});
         return std::nullopt;
     }
     gtk_menu_button_popup(share);
@@ -533,7 +533,7 @@ std::optional<std::vector<std::string>> PMReaderWindow::openShareMenu(KCError* e
 bool PMReaderWindow::exportNotes(const std::string& path, KCError* error)
 {
     if (!m_sharing)
-        return KCSetError(error, {"PMReaderErrorDomain", 68, "the reader has no annotation store"});
+        return KCSetError(error, {PMReaderErrorDomain, 68, "the reader has no annotation store"});
     return m_sharing->exportNotes(path, error);
 }
 
@@ -618,7 +618,7 @@ bool PMReaderWindow::waitUntilSettled(KCError* error)
 {
     if (m_session.view->runUntil([this] { return !m_busy; }, kWaitSeconds) && m_stateKnown && !m_session.view->failure())
         return true;
-    KCSetError(error, {"PMReaderErrorDomain", 21, m_session.view->failure().value_or("the page did not come to stand")});
+    KCSetError(error, {PMReaderErrorDomain, 21, m_session.view->failure().value_or("the page did not come to stand")});
     return false;
 }
 
@@ -653,7 +653,7 @@ bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)
     runInPage("await new Promise(function(done) { requestAnimationFrame(function() { requestAnimationFrame(done); }); }); return true;",
         [pageDrawn](const std::string&) { *pageDrawn = true; });
     if (!m_session.view->runUntil([&] { return *pageDrawn; }, kWaitSeconds))
-        return KCSetError(error, {"PMReaderErrorDomain", 23, "the page was not drawn: " + m_session.view->failure().value_or("")});
+        return KCSetError(error, {PMReaderErrorDomain, 23, "the page was not drawn: " + m_session.view->failure().value_or("")});
     int frames = 0;
     guint tick = gtk_widget_add_tick_callback(m_window, [](GtkWidget*, GdkFrameClock*, gpointer data) -> gboolean {
         ++*static_cast<int*>(data);
@@ -682,7 +682,7 @@ bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)
         gsk_render_node_unref(node);
     }
     if (!written)
-        KCSetError(error, {"PMReaderErrorDomain", 22, "cannot write the screenshot " + path});
+        KCSetError(error, {PMReaderErrorDomain, 22, "cannot write the screenshot " + path});
     return written;
 }
 

@@ -17,7 +17,7 @@ std::optional<KCValue> PMRunDocumentTask(PMReaderWebView& view, const PMDocument
     bool answered = view.runUntil([&] { return reply.has_value(); }, timeoutSeconds);
     view.setMessageHandler(previous);
     if (!answered) {
-        KCSetError(error, {"PMReaderErrorDomain", 4, fileURI + ": " + view.failure().value_or("no reply")});
+        KCSetError(error, {PMReaderErrorDomain, 4, fileURI + ": " + view.failure().value_or("no reply")});
         return std::nullopt;
     }
     return reply;

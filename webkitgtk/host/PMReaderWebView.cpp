@@ -51,11 +51,11 @@ bool PMReaderWebView::start(const PMReaderConfiguration& configuration, KCError*
 {
     m_configuration = configuration;
     if (!gtk_init_check()) {
-        KCSetError(error, {"PMReaderErrorDomain", 1, "cannot open a display (run under xvfb-run)"});
+        KCSetError(error, {PMReaderErrorDomain, 1, "cannot open a display (run under xvfb-run)"});
         return false;
     }
     if (!g_file_test((configuration.extensionDirectory + "/libpagemoor-web-extension.so").c_str(), G_FILE_TEST_EXISTS)) {
-        KCSetError(error, {"PMReaderErrorDomain", 2, "the web process extension is not in " + configuration.extensionDirectory + " (set PAGEMOOR_EXTENSION_DIR)"});
+        KCSetError(error, {PMReaderErrorDomain, 2, "the web process extension is not in " + configuration.extensionDirectory + " (set PAGEMOOR_EXTENSION_DIR)"});
         return false;
     }
     m_context = webkit_web_context_new();
@@ -116,7 +116,7 @@ void PMReaderWebView::placeView()
 bool PMReaderWebView::waitUntilStarted(KCError* error)
 {
     if (!runUntil([this] { return m_pageReady && m_loadFinished; }, m_configuration.startTimeoutSeconds)) {
-        KCSetError(error, {"PMReaderErrorDomain", 3, m_pageReady ? m_failure.value_or("the first page did not load")
+        KCSetError(error, {PMReaderErrorDomain, 3, m_pageReady ? m_failure.value_or("the first page did not load")
                                                                    : "the web process extension did not start (" + m_failure.value_or("no answer") + ")"});
         return false;
     }

@@ -6,7 +6,7 @@
 // (its own and the page's: reloads, history), answers navigation policy with
 // the plug-in's rule, supplies snapshots, and gives the reader the plug-in's
 // messages. Everything runs on the GTK main thread; waits are bounded.
-// Errors: create answers nullptr and fills *error ("PMReaderErrorDomain");
+// Errors: create answers nullptr and fills *error (PMReaderErrorDomain);
 // waits answer false and keep the reason in failure().
 #include "PMBookScheme.h"
 #include "Utilities/KCError.h"
@@ -24,6 +24,9 @@
 typedef struct _WebKitWebView WebKitWebView;
 typedef struct _WebKitWebContext WebKitWebContext;
 typedef struct _GtkWidget GtkWidget;
+
+// The domain of the reader's errors: this view's and the reader window's.
+inline constexpr const char* PMReaderErrorDomain = "PMReaderErrorDomain";
 
 struct PMReaderConfiguration {
     PMBookConfiguration book;
