@@ -85,8 +85,10 @@ PMCommandRegistration registration({"read", "open a book in the reader window",
     "  {\"next\": K} (back when negative), {\"find\": \"TEXT\"} (the first result shown selected),\n"
     "  {\"screenshot\": \"FILE.png\"}, {\"quit\": true},\n"
     "  {\"highlight\": \"TEXT\", \"style\": 1-5, \"underline\": BOOL, \"note\": \"NOTE\"} (in the chapter shown),\n"
-    "  {\"night\": BOOL}, {\"share\": \"menu\"} (the newest highlight's share menu, its titles printed),\n"
-    "  {\"export\": \"FILE.html|rtf\"} (the book's notes). Ctrl+F searches the book.\n",
+    "  {\"night\": BOOL}, {\"scrolled\": BOOL} (one scrolling column instead of pages),\n"
+    "  {\"sidebar\": BOOL} (the notes beside the page),\n"
+    "  {\"share\": \"menu\"} (the newest highlight's share menu, its titles printed),\n"
+    "  {\"export\": \"FILE.html|rtf\"} (the book's notes). Ctrl+F searches the book, Ctrl+B shows the notes.\n",
     runRead});
 
 } // namespace

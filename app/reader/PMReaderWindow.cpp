@@ -669,6 +669,8 @@ bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)
     const int width = gdk_paintable_get_intrinsic_width(paintable);
     const int height = gdk_paintable_get_intrinsic_height(paintable);
     GtkSnapshot* snapshot = gtk_snapshot_new();
+    // Under the contents, the window's background, as on screen.
+    gtk_snapshot_render_background(snapshot, gtk_widget_get_style_context(m_window), 0, 0, width, height);
     gdk_paintable_snapshot(paintable, snapshot, width, height);
     PMSnapshotOpenPopovers(m_window, snapshot);
     GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
