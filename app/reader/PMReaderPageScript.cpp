@@ -1,5 +1,6 @@
 #include "PMReaderPageScript.h"
 
+#include <nlohmann/json.hpp>
 #include <webkit/webkit.h>
 
 namespace {
@@ -200,4 +201,14 @@ void PMAddReaderPageScript(WebKitWebView* view, const char* source)
 std::string PMReaderShowScript(const std::string& targetJSON)
 {
     return "PMReader.show(" + targetJSON + ")";
+}
+
+std::string PMReaderPageTarget(int page)
+{
+    return nlohmann::json {{"page", page}}.dump();
+}
+
+std::string PMReaderPathTarget(const std::string& path)
+{
+    return nlohmann::json {{"path", path}}.dump();
 }

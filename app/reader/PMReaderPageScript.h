@@ -27,3 +27,6 @@ void PMAddReaderPageScript(WebKitWebView* view, const char* source);
 
 // The script that shows `target` (a JSON object as above) and answers the state.
 std::string PMReaderShowScript(const std::string& targetJSON);
+// The targets as JSON: {"page": i} and {"path": "…"}.
+std::string PMReaderPageTarget(int page);
+std::string PMReaderPathTarget(const std::string& path);

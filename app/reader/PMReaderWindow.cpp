@@ -2,9 +2,8 @@
 
 #include "PMReaderHighlightPopover.h"
 #include "PMReaderHighlightScript.h"
-#include "PMReaderLayoutScript.h"
 #include "PMReaderPageScript.h"
-#include "PMReaderPopoverSnapshot.h"
+#include "PMReaderScreenshot.h"
 #include "PMReaderSearchScript.h"
 #include "Utilities/KCFormat.h"
 #include "Utilities/KCLogger.h"
@@ -22,33 +21,6 @@ namespace {
 
 constexpr double kWaitSeconds = 60;
 constexpr double kRelayoutSeconds = 3;
-constexpr double kEdgeFraction = 0.15;  // of the page's width, on either side, turns a page on a click
-constexpr double kZoomStep = 1.1;
-
-std::string pageTarget(int page)
-{
-    return nlohmann::json {{"page", page}}.dump();
-}
-
-std::string pathTarget(const std::string& path)
-{
-    return nlohmann::json {{"path", path}}.dump();
-}
-
-GtkWidget* iconButton(const char* icon, const char* tooltip)
-{
-    GtkWidget* button = gtk_button_new_from_icon_name(icon);
-    gtk_widget_set_tooltip_text(button, tooltip);
-    return button;
-}
-
-// Connects a button's click to a member call that is skipped once the window is gone.
-template <typename Action> void onClicked(GtkWidget* button, Action action)
-{
-    auto* callback = new Action(std::move(action));
-    g_signal_connect_data(button, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) { (*static_cast<Action*>(data))(); }), callback,
-        [](gpointer data, GClosure*) { delete static_cast<Action*>(data); }, GConnectFlags(0));
-}
 
 } // namespace
 
@@ -94,182 +66,6 @@ PMReaderWindow::~PMReaderWindow()
         gtk_window_destroy(GTK_WINDOW(m_window));
 }
 
-void PMReaderWindow::build(const KCSize& size)
-{
-    adw_init();
-    const std::string& title = m_session.book->package().title;
-    m_window = adw_window_new();
-    gtk_window_set_title(GTK_WINDOW(m_window), title.c_str());
-    gtk_window_set_default_size(GTK_WINDOW(m_window), static_cast<int>(size.width), static_cast<int>(size.height));
-    g_signal_connect_swapped(m_window, "close-request", G_CALLBACK(+[](PMReaderWindow* self) -> gboolean {
-        self->m_closed = true;
-        return FALSE;
-    }), this);
-
-    GtkWidget* header = adw_header_bar_new();
-    adw_header_bar_set_title_widget(ADW_HEADER_BAR(header), adw_window_title_new(title.c_str(), m_session.book->package().creator.c_str()));
-    GtkWidget* contents = gtk_menu_button_new();
-    gtk_menu_button_set_icon_name(GTK_MENU_BUTTON(contents), "view-list-symbolic");
-    gtk_widget_set_tooltip_text(contents, "Contents");
-    gtk_menu_button_set_popover(GTK_MENU_BUTTON(contents), buildTableOfContents());
-    adw_header_bar_pack_start(ADW_HEADER_BAR(header), contents);
-    GtkWidget* larger = iconButton("zoom-in-symbolic", "Larger Text");
-    GtkWidget* smaller = iconButton("zoom-out-symbolic", "Smaller Text");
-    onClicked(larger, [this, alive = m_alive] { if (*alive) zoom(kZoomStep); });
-    onClicked(smaller, [this, alive = m_alive] { if (*alive) zoom(1 / kZoomStep); });
-    if (m_sharing)
-        adw_header_bar_pack_end(ADW_HEADER_BAR(header), m_sharing->notesMenuButton(GTK_WINDOW(m_window)));
-    adw_header_bar_pack_end(ADW_HEADER_BAR(header), larger);
-    adw_header_bar_pack_end(ADW_HEADER_BAR(header), smaller);
-    m_nightButton = gtk_toggle_button_new();
-    gtk_button_set_icon_name(GTK_BUTTON(m_nightButton), "weather-clear-night-symbolic");
-    gtk_widget_set_tooltip_text(m_nightButton, "Night");
-    g_signal_connect(m_nightButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
-        static_cast<PMReaderWindow*>(data)->setNight(gtk_toggle_button_get_active(button));
-    }), this);
-    adw_header_bar_pack_end(ADW_HEADER_BAR(header), m_nightButton);
-    m_scrolledButton = gtk_toggle_button_new_with_label("Scrolled");
-    g_signal_connect(m_scrolledButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
-        static_cast<PMReaderWindow*>(data)->setScrolled(gtk_toggle_button_get_active(button));
-    }), this);
-    adw_header_bar_pack_end(ADW_HEADER_BAR(header), m_scrolledButton);
-
-    WebKitWebView* webView = m_session.view->webView();
-    PMInstallReaderLayoutScript(webView);
-    PMInstallReaderPageScript(webView);
-    PMInstallReaderHighlightScript(webView);
-    PMInstallReaderSearchScript(webView);
-    WebKitUserContentManager* scripts = webkit_web_view_get_user_content_manager(webView);
-    webkit_user_content_manager_register_script_message_handler(scripts, PMHighlightMessageHandler, nullptr);
-    g_signal_connect(scripts, (std::string("script-message-received::") + PMHighlightMessageHandler).c_str(),
-        G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
-            char* text = jsc_value_to_string(value);
-            if (text)
-                static_cast<PMReaderWindow*>(data)->highlightClicked(text);
-            g_free(text);
-        }), this);
-    webkit_user_content_manager_register_script_message_handler(scripts, PMReaderStateMessageHandler, nullptr);
-    g_signal_connect(scripts, (std::string("script-message-received::") + PMReaderStateMessageHandler).c_str(),
-        G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
-            auto* self = static_cast<PMReaderWindow*>(data);
-            char* text = jsc_value_to_string(value);
-            ++self->m_relayouts;
-            if (text && !self->m_busy)
-                self->settle(text);
-            g_free(text);
-        }), this);
-    g_signal_connect(webView, "load-changed", G_CALLBACK(loadChanged), this);
-    g_signal_connect(webView, "load-failed", G_CALLBACK(loadFailed), this);
-    GtkWidget* page = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    GtkWidget* view = m_session.view->detachWidget();
-    gtk_widget_set_hexpand(view, TRUE);
-    gtk_widget_set_vexpand(view, TRUE);
-    gtk_box_append(GTK_BOX(page), view);
-    // Clicks on the page's edges turn pages; the rest reach the page.
-    GtkGesture* click = gtk_gesture_click_new();
-    gtk_event_controller_set_propagation_phase(GTK_EVENT_CONTROLLER(click), GTK_PHASE_CAPTURE);
-    g_signal_connect(click, "pressed", G_CALLBACK(+[](GtkGestureClick* gesture, int, double x, double, gpointer data) {
-        auto* self = static_cast<PMReaderWindow*>(data);
-        GtkWidget* widget = gtk_event_controller_get_widget(GTK_EVENT_CONTROLLER(gesture));
-        const double width = gtk_widget_get_width(widget);
-        const int rightward = self->m_state.rightToLeft || self->m_layout.rightToLeft() ? -1 : 1;
-        const int direction = x < width * kEdgeFraction ? -rightward : x > width * (1 - kEdgeFraction) ? rightward : 0;
-        if (!direction) {
-            gtk_gesture_set_state(GTK_GESTURE(gesture), GTK_EVENT_SEQUENCE_DENIED);
-            return;
-        }
-        gtk_gesture_set_state(GTK_GESTURE(gesture), GTK_EVENT_SEQUENCE_CLAIMED);
-        self->turn(direction);
-    }), this);
-    gtk_widget_add_controller(page, GTK_EVENT_CONTROLLER(click));
-
-    GtkWidget* status = gtk_label_new("");
-    m_statusLabel = GTK_LABEL(status);
-    gtk_label_set_ellipsize(m_statusLabel, PANGO_ELLIPSIZE_MIDDLE);
-    gtk_widget_add_css_class(status, "dim-label");
-    gtk_widget_add_css_class(status, "caption");
-    gtk_widget_set_margin_top(status, 6);
-    gtk_widget_set_margin_bottom(status, 6);
-
-    GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    gtk_box_append(GTK_BOX(column), header);
-    m_search = std::make_unique<PMReaderSearchPanel>(m_session, m_navigation, [this](const PMReaderSearchResult& result) {
-        show(result.spineIndex, PMReaderMatchTarget(result), nullptr);
-    });
-    GtkWidget* body = m_search->build(header, page);
-    if (m_highlights) {
-        m_notes = std::make_unique<PMReaderNotesSidebar>(*m_highlights,
-            [this](const PMHighlightRange& range) { show(range.spineIndex, pathTarget(range.start), nullptr); },
-            [this](const std::u16string& uuid, const PMHighlightEdit& edit) { editHighlight(uuid, edit); },
-            [this](const std::u16string& uuid) { return m_sharing ? m_sharing->highlightMenu(uuid, nullptr) : std::nullopt; });
-        body = m_notes->build(header, body);
-    }
-    gtk_box_append(GTK_BOX(column), body);
-    gtk_box_append(GTK_BOX(column), status);
-    adw_window_set_content(ADW_WINDOW(m_window), column);
-
-    GtkEventController* keys = gtk_event_controller_key_new();
-    gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
-    g_signal_connect(keys, "key-pressed", G_CALLBACK(+[](GtkEventControllerKey*, guint key, guint, GdkModifierType modifiers, gpointer data) -> gboolean {
-        if (modifiers & (GDK_CONTROL_MASK | GDK_ALT_MASK))
-            return FALSE;
-        auto* self = static_cast<PMReaderWindow*>(data);
-        // Keys typed into the search entry stay there.
-        if (GtkWidget* focus = gtk_root_get_focus(GTK_ROOT(self->m_window)); focus && GTK_IS_EDITABLE(focus))
-            return FALSE;
-        // Right-to-left pages go on to the left.
-        const int rightward = self->m_state.rightToLeft || self->m_layout.rightToLeft() ? -1 : 1;
-        switch (key) {
-        case GDK_KEY_Right:
-        case GDK_KEY_Left:
-            self->turn(key == GDK_KEY_Right ? rightward : -rightward);
-            return TRUE;
-        case GDK_KEY_Page_Down: case GDK_KEY_space: case GDK_KEY_KP_Page_Down:
-            self->turn(modifiers & GDK_SHIFT_MASK && key == GDK_KEY_space ? -1 : 1);
-            return TRUE;
-        case GDK_KEY_Page_Up: case GDK_KEY_KP_Page_Up:
-            self->turn(-1);
-            return TRUE;
-        default:
-            return FALSE;
-        }
-    }), this);
-    gtk_widget_add_controller(m_window, keys);
-    gtk_window_present(GTK_WINDOW(m_window));
-}
-
-GtkWidget* PMReaderWindow::buildTableOfContents()
-{
-    GtkWidget* popover = gtk_popover_new();
-    GtkWidget* list = gtk_list_box_new();
-    gtk_list_box_set_selection_mode(GTK_LIST_BOX(list), GTK_SELECTION_NONE);
-    gtk_widget_add_css_class(list, "navigation-sidebar");
-    for (const auto& entry : m_navigation.tableOfContents()) {
-        GtkWidget* label = gtk_label_new(entry.title.c_str());
-        gtk_label_set_xalign(GTK_LABEL(label), 0);
-        gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
-        gtk_widget_set_sensitive(label, entry.spineIndex.has_value());
-        gtk_list_box_append(GTK_LIST_BOX(list), label);
-    }
-    g_object_set_data(G_OBJECT(list), "popover", popover);
-    g_signal_connect(list, "row-activated", G_CALLBACK(+[](GtkListBox* box, GtkListBoxRow* row, gpointer data) {
-        auto* self = static_cast<PMReaderWindow*>(data);
-        const auto& entries = self->m_navigation.tableOfContents();
-        auto index = static_cast<size_t>(gtk_list_box_row_get_index(row));
-        gtk_popover_popdown(GTK_POPOVER(g_object_get_data(G_OBJECT(box), "popover")));
-        if (index < entries.size() && entries[index].spineIndex)
-            self->show(*entries[index].spineIndex, pageTarget(0), nullptr);
-    }), this);
-    GtkWidget* scrolled = gtk_scrolled_window_new();
-    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scrolled), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-    gtk_scrolled_window_set_propagate_natural_height(GTK_SCROLLED_WINDOW(scrolled), TRUE);
-    gtk_scrolled_window_set_max_content_height(GTK_SCROLLED_WINDOW(scrolled), 480);
-    gtk_widget_set_size_request(scrolled, 280, -1);
-    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scrolled), list);
-    gtk_popover_set_child(GTK_POPOVER(popover), scrolled);
-    return popover;
-}
-
 PMReadingPosition PMReaderWindow::storedPosition() const
 {
     auto cfi = m_positions ? m_positions->load() : std::nullopt;
@@ -281,7 +77,7 @@ PMReadingPosition PMReaderWindow::storedPosition() const
 
 bool PMReaderWindow::open(const PMReadingPosition& position, KCError* error)
 {
-    return show(position.spineIndex, position.path.empty() ? pageTarget(0) : pathTarget(position.path), error) && waitUntilSettled(error);
+    return show(position.spineIndex, position.path.empty() ? PMReaderPageTarget(0) : PMReaderPathTarget(position.path), error) && waitUntilSettled(error);
 }
 
 bool PMReaderWindow::find(const std::string& query, KCError* error)
@@ -336,7 +132,7 @@ void PMReaderWindow::turn(int direction)
         return;
     const int page = m_state.page + direction;
     if (page >= 0 && page < m_state.count) {
-        show(m_state.spineIndex, pageTarget(page), nullptr);
+        show(m_state.spineIndex, PMReaderPageTarget(page), nullptr);
         return;
     }
     // Past the chapter's end: on in the next or previous document; the book's ends stay put.
@@ -344,7 +140,7 @@ void PMReaderWindow::turn(int direction)
     if (spineIndex < 0 || spineIndex >= static_cast<long>(m_session.documentCount()))
         return;
     KCError error;
-    if (!show(static_cast<size_t>(spineIndex), pageTarget(direction > 0 ? 0 : -1), &error))
+    if (!show(static_cast<size_t>(spineIndex), PMReaderPageTarget(direction > 0 ? 0 : -1), &error))
         KCLog("Cannot turn to spine item %ld: %@", spineIndex, error.message);
 }
 
@@ -354,7 +150,7 @@ void PMReaderWindow::zoom(double factor)
         return;
     WebKitWebView* view = m_session.view->webView();
     webkit_web_view_set_zoom_level(view, webkit_web_view_get_zoom_level(view) * factor);
-    showTarget(pathTarget(m_state.path));
+    showTarget(PMReaderPathTarget(m_state.path));
 }
 
 void PMReaderWindow::showTarget(const std::string& target)
@@ -403,7 +199,7 @@ void PMReaderWindow::setScrolled(bool scrolled)
     m_layout.setScrolled(scrolled);
     gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(m_scrolledButton), scrolled);
     if (m_stateKnown && !m_pendingTarget)
-        showTarget(pathTarget(m_state.path));
+        showTarget(PMReaderPathTarget(m_state.path));
 }
 
 bool PMReaderWindow::switchScrolled(bool scrolled, KCError* error)
@@ -663,29 +459,9 @@ bool PMReaderWindow::writeScreenshot(const std::string& path, KCError* error)
     m_session.view->runUntil([&] { return frames >= 4 && g_get_monotonic_time() - start > G_USEC_PER_SEC / 5; }, 10);
     gtk_widget_remove_tick_callback(m_window, tick);
 
-    // The window's contents, not the window: a window's paintable takes in
-    // the frame's shadow and would be drawn scaled into the window's size.
-    GdkPaintable* paintable = gtk_widget_paintable_new(adw_window_get_content(ADW_WINDOW(m_window)));
-    const int width = gdk_paintable_get_intrinsic_width(paintable);
-    const int height = gdk_paintable_get_intrinsic_height(paintable);
-    GtkSnapshot* snapshot = gtk_snapshot_new();
-    // Under the contents, the window's background, as on screen.
-    gtk_snapshot_render_background(snapshot, gtk_widget_get_style_context(m_window), 0, 0, width, height);
-    gdk_paintable_snapshot(paintable, snapshot, width, height);
-    PMSnapshotOpenPopovers(m_window, snapshot);
-    GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
-    g_object_unref(paintable);
-    bool written = false;
-    if (node) {
-        graphene_rect_t bounds = GRAPHENE_RECT_INIT(0, 0, static_cast<float>(width), static_cast<float>(height));
-        GdkTexture* texture = gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(m_window)), node, &bounds);
-        written = gdk_texture_save_to_png(texture, path.c_str());
-        g_object_unref(texture);
-        gsk_render_node_unref(node);
-    }
-    if (!written)
-        KCSetError(error, {PMReaderErrorDomain, 22, "cannot write the screenshot " + path});
-    return written;
+    if (!PMWriteWindowScreenshot(m_window, path))
+        return KCSetError(error, {PMReaderErrorDomain, 22, "cannot write the screenshot " + path});
+    return true;
 }
 
 void PMReaderWindow::runUntilClosed()

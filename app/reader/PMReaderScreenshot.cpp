@@ -1,4 +1,6 @@
-#include "PMReaderPopoverSnapshot.h"
+#include "PMReaderScreenshot.h"
+
+#include <adwaita.h>
 
 namespace {
 
@@ -41,7 +43,27 @@ void drawPopovers(GtkWidget* widget, const graphene_point_t& window, GtkSnapshot
 
 } // namespace
 
-void PMSnapshotOpenPopovers(GtkWidget* window, GtkSnapshot* snapshot)
+bool PMWriteWindowScreenshot(GtkWidget* window, const std::string& path)
 {
+    // The window's contents, not the window: a window's paintable takes in
+    // the frame's shadow and would be drawn scaled into the window's size.
+    GdkPaintable* paintable = gtk_widget_paintable_new(adw_window_get_content(ADW_WINDOW(window)));
+    const int width = gdk_paintable_get_intrinsic_width(paintable);
+    const int height = gdk_paintable_get_intrinsic_height(paintable);
+    GtkSnapshot* snapshot = gtk_snapshot_new();
+    // Under the contents, the window's background, as on screen.
+    gtk_snapshot_render_background(snapshot, gtk_widget_get_style_context(window), 0, 0, width, height);
+    gdk_paintable_snapshot(paintable, snapshot, width, height);
     drawPopovers(window, widgetOrigin(GTK_NATIVE(window)), snapshot);
+    GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
+    g_object_unref(paintable);
+    bool written = false;
+    if (node) {
+        graphene_rect_t bounds = GRAPHENE_RECT_INIT(0, 0, static_cast<float>(width), static_cast<float>(height));
+        GdkTexture* texture = gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, &bounds);
+        written = gdk_texture_save_to_png(texture, path.c_str());
+        g_object_unref(texture);
+        gsk_render_node_unref(node);
+    }
+    return written;
 }
