@@ -25,11 +25,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             || ((action.name == "screenshot" || action.name == "find" || action.name == "export") && argument.is_string()
                 && !argument.get<std::string>().empty())
             || (action.name == "share" && argument == "menu")
-            || (action.name == "highlight" && argument.is_string() && !argument.get<std::string>().empty()
+            || ((action.name == "highlight" || action.name == "select") && argument.is_string() && !argument.get<std::string>().empty()
                 && action.options.value("style", 3) >= 1 && action.options.value("style", 3) <= 5)
             || ((action.name == "night" || action.name == "sidebar" || action.name == "scrolled") && argument.is_boolean());
-        // Only a highlight takes other members.
-        if (!playable || (action.name != "highlight" && !action.options.empty()))
+        // Only a highlight and a selection take other members.
+        if (!playable || (action.name != "highlight" && action.name != "select" && !action.options.empty()))
             std::abort();
     }
     return 0;

@@ -85,6 +85,8 @@ PMCommandRegistration registration({"read", "open a book in the reader window",
     "  {\"next\": K} (back when negative), {\"find\": \"TEXT\"} (the first result shown selected),\n"
     "  {\"screenshot\": \"FILE.png\"}, {\"quit\": true},\n"
     "  {\"highlight\": \"TEXT\", \"style\": 1-5, \"underline\": BOOL, \"note\": \"NOTE\"} (in the chapter shown),\n"
+    "  {\"select\": \"TEXT\"} (selected as with the mouse: the popover that offers a highlight; with style,\n"
+    "  underline or note, chosen there),\n"
     "  {\"night\": BOOL}, {\"scrolled\": BOOL} (one scrolling column instead of pages),\n"
     "  {\"sidebar\": BOOL} (the notes beside the page),\n"
     "  {\"share\": \"menu\"} (the newest highlight's share menu, its titles printed),\n"

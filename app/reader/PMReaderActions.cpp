@@ -123,6 +123,14 @@ const std::vector<ActionKind>& actionKinds()
         {"highlight", text, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
             return outcome(window.highlight(action.argument.get<std::string>(), highlightStyle(action.options), error));
         }, highlightOptions},
+        {"select", text, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
+            std::optional<PMHighlightEdit> choice;
+            if (!action.options.empty()) {
+                const PMHighlightStyle style = highlightStyle(action.options);
+                choice = PMHighlightEdit {style.style, style.underline, style.note};
+            }
+            return outcome(window.selectText(action.argument.get<std::string>(), choice, error));
+        }, highlightOptions},
         {"night", trueOrFalse, [](PMReaderWindow& window, const PMReaderAction& action, KCError* error) {
             return outcome(window.switchNight(action.argument.get<bool>(), error));
         }},

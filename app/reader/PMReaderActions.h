@@ -10,6 +10,11 @@
 //                           highlights the text's first occurrence in the
 //                           chapter shown (style 1 to 5, by default 3;
 //                           underline and note optional)
+//   {"select": "text", "style": S, "underline": false, "note": "N"}
+//                           selects the text's first occurrence in the
+//                           chapter shown as the mouse would, which opens the
+//                           popover that offers a highlight; with a style,
+//                           underline or note, chooses them there
 //   {"night": true}         reads by night (false: by day)
 //   {"sidebar": true}       shows the notes sidebar (false: hides it)
 //   {"share": "menu"}       opens the popover of the book's newest highlight

@@ -52,6 +52,25 @@ const char* const kHighlightScript = R"JS(
         }
         return null;
     }
+    // The range's place and text as find and the selection answer them.
+    function describe(range) {
+        var node = range.startContainer, at = range.startOffset;
+        var before = function(root) {
+            var part = document.createRange();
+            part.setStart(root, 0);
+            part.setEnd(node, at);
+            return part.toString().length;
+        };
+        var block = blockOf(node);
+        return {start: PMReader.pathOf(node, at), end: PMReader.pathOf(range.endContainer, range.endOffset), text: range.toString(),
+            blockText: block.textContent, offset: before(block), chapterOffset: before(document.documentElement),
+            page: pageBefore(node)};
+    }
+    function select(range) {
+        var selection = window.getSelection();
+        selection.removeAllRanges();
+        selection.addRange(range);
+    }
     function find(text) {
         if (!text)
             return null;
@@ -63,22 +82,39 @@ const char* const kHighlightScript = R"JS(
             var range = document.createRange();
             range.setStart(node, at);
             range.setEnd(node, at + text.length);
-            var selection = window.getSelection();
-            selection.removeAllRanges();
-            selection.addRange(range);
-            var before = function(root) {
-                var range = document.createRange();
-                range.setStart(root, 0);
-                range.setEnd(node, at);
-                return range.toString().length;
-            };
-            var block = blockOf(node);
-            return JSON.stringify({start: PMReader.pathOf(node, at), end: PMReader.pathOf(node, at + text.length), text: text,
-                blockText: block.textContent, offset: before(block), chapterOffset: before(document.documentElement),
-                page: pageBefore(node)});
+            select(range);
+            return JSON.stringify(describe(range));
         }
         return null;
     }
+    // Text selected in the page is offered for a highlight: its description
+    // with its last line's box goes to the reader.
+    function offerSelection() {
+        var handlers = window.webkit && window.webkit.messageHandlers;
+        var selection = window.getSelection();
+        if (!handlers || !handlers.pagemoorSelection || !selection.rangeCount || selection.isCollapsed)
+            return false;
+        var range = selection.getRangeAt(0);
+        var rects = range.getClientRects();
+        if (!range.toString().trim() || !rects.length || range.startContainer.nodeType !== Node.TEXT_NODE
+            || range.endContainer.nodeType !== Node.TEXT_NODE)
+            return false;
+        var line = rects[rects.length - 1], offer = describe(range);
+        offer.x = line.left;
+        offer.y = line.top;
+        offer.width = line.width;
+        offer.height = line.height;
+        handlers.pagemoorSelection.postMessage(JSON.stringify(offer));
+        return true;
+    }
+    // As if the user had selected the text's first occurrence.
+    function selectText(text) {
+        return find(text) !== null && offerSelection();
+    }
+    document.addEventListener('mouseup', function(event) {
+        if (event.button === 0)
+            setTimeout(offerSelection, 0);
+    });
     function draw(list, night) {
         var style = sheet('pagemoor-night');
         style.textContent = night ? nightSheet : '';
@@ -118,7 +154,7 @@ const char* const kHighlightScript = R"JS(
             return;
         }
     });
-    window.PMHighlights = {find: find, draw: draw};
+    window.PMHighlights = {find: find, draw: draw, selectText: selectText};
 })();
 )JS";
 
@@ -137,4 +173,9 @@ std::string PMReaderFindScript(const std::string& text)
 std::string PMReaderDrawScript(const std::string& listJSON, bool night)
 {
     return std::string("PMHighlights.draw(") + listJSON + ", " + (night ? "true" : "false") + ")";
+}
+
+std::string PMReaderSelectTextScript(const std::string& text)
+{
+    return "PMHighlights.selectText(" + nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + ")";
 }

@@ -231,17 +231,92 @@ bool PMReaderWindow::highlight(const std::string& text, const PMHighlightStyle& 
     auto found = PMFoundText::fromJSON(**answer);
     if (!found)
         return KCSetError(error, {PMReaderErrorDomain, 26, "there is no \u201C" + text + "\u201D in this chapter"});
+    return addHighlight(*found, style, error) && waitForRedraw(error);
+}
+
+std::optional<std::u16string> PMReaderWindow::addHighlight(PMFoundText found, const PMHighlightStyle& style, KCError* error)
+{
     // Printed pages count only in a book that lists them.
     if (m_navigation.pageList().empty())
-        found->page.reset();
+        found.page.reset();
     const size_t spineIndex = *m_loadedSpineIndex;
-    PMHighlightRange range {spineIndex, found->start, found->end};
+    PMHighlightRange range {spineIndex, found.start, found.end};
     const std::string& idref = m_session.book->package().spine[spineIndex].idref;
-    if (!m_highlights->add(*found, range, idref, m_navigation.chapterTitleForLocation(range.cfi(idref)), style, error))
-        return false;
+    auto added = m_highlights->add(found, range, idref, m_navigation.chapterTitleForLocation(range.cfi(idref)), style, error);
+    if (!added)
+        return std::nullopt;
     // The new highlight shows instead of the selection.
     redraw("window.getSelection().removeAllRanges(); ");
+    return added->annotationUuid().value_or(u"");
+}
+
+bool PMReaderWindow::selectText(const std::string& text, const std::optional<PMHighlightEdit>& choice, KCError* error)
+{
+    if (!m_highlights || !m_stateKnown || !m_loadedSpineIndex)
+        return KCSetError(error, {PMReaderErrorDomain, 25, "no chapter is shown to highlight in"});
+    m_selectionChoice = nullptr;
+    auto answer = std::make_shared<std::optional<std::string>>();
+    runInPage("return " + PMReaderSelectTextScript(text) + ";", [answer](const std::string& result) { *answer = result; });
+    if (!m_session.view->runUntil([&] { return answer->has_value() && (**answer != "true" || m_selectionChoice); }, kWaitSeconds))
+        return KCSetError(error, {PMReaderErrorDomain, 24, "the page did not answer"});
+    if (**answer != "true")
+        return KCSetError(error, {PMReaderErrorDomain, 26, "there is no \u201C" + text + "\u201D in this chapter"});
+    if (!choice)
+        return true;
+    m_selectionChoice(*choice);
+    if (m_highlightPopover)
+        gtk_popover_popdown(GTK_POPOVER(m_highlightPopover));
     return waitForRedraw(error);
+}
+
+// The page's coordinates are the view's divided by its zoom.
+GdkRectangle PMReaderWindow::viewBox(const nlohmann::json& box) const
+{
+    const double zoom = webkit_web_view_get_zoom_level(m_session.view->webView());
+    auto scaled = [&](const char* key) { return box[key].is_number() ? static_cast<int>(std::lround(box[key].get<double>() * zoom)) : 0; };
+    return {scaled("x"), scaled("y"), std::max(1, scaled("width")), std::max(1, scaled("height"))};
+}
+
+void PMReaderWindow::presentPopover(GtkWidget* popover)
+{
+    if (m_highlightPopover) {
+        g_object_remove_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
+        gtk_popover_popdown(GTK_POPOVER(m_highlightPopover));
+    }
+    m_highlightPopover = popover;
+    g_object_add_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
+}
+
+void PMReaderWindow::selectionOffered(const std::string& offerJSON)
+{
+    auto found = PMFoundText::fromJSON(offerJSON);
+    auto offer = nlohmann::json::parse(offerJSON, nullptr, false);
+    if (!m_highlights || !m_loadedSpineIndex || !found || !offer.is_object())
+        return;
+    // The first choice makes the highlight; later ones change it.
+    auto made = std::make_shared<std::optional<std::u16string>>();
+    m_selectionChoice = [this, found = *found, made, alive = m_alive](const PMHighlightEdit& edit) {
+        if (!*alive)
+            return;
+        if (*made) {
+            editHighlight(**made, edit);
+            return;
+        }
+        if (edit.remove) {
+            runInPage("window.getSelection().removeAllRanges(); return true;", [](const std::string&) {});
+            return;
+        }
+        PMHighlightStyle style;
+        style.style = edit.style.value_or(style.style);
+        style.underline = edit.underline.value_or(style.underline);
+        style.note = edit.note;
+        KCError error;
+        *made = addHighlight(found, style, &error);
+        if (!*made)
+            KCLog("Cannot keep the highlight: %@", error.message);
+    };
+    presentPopover(PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), viewBox(offer), PMHighlightStyle {},
+        [choice = m_selectionChoice](const PMHighlightEdit& edit) { choice(edit); }));
 }
 
 void PMReaderWindow::highlightClicked(const std::string& clickJSON)
@@ -253,19 +328,12 @@ void PMReaderWindow::highlightClicked(const std::string& clickJSON)
     auto style = m_highlights->styleOf(uuid);
     if (!style)
         return;
-    // The page's coordinates are the view's divided by its zoom.
-    const double zoom = webkit_web_view_get_zoom_level(m_session.view->webView());
-    auto scaled = [&](const char* key) { return click[key].is_number() ? static_cast<int>(std::lround(click[key].get<double>() * zoom)) : 0; };
-    GdkRectangle line {scaled("x"), scaled("y"), std::max(1, scaled("width")), std::max(1, scaled("height"))};
-    if (m_highlightPopover) {
-        g_object_remove_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
-        gtk_popover_popdown(GTK_POPOVER(m_highlightPopover));
-    }
-    m_highlightPopover = PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), line, *style, [this, uuid, alive = m_alive](const PMHighlightEdit& edit) {
-        if (*alive)
-            editHighlight(uuid, edit);
-    }, m_sharing ? m_sharing->highlightMenu(uuid, nullptr) : std::nullopt);
-    g_object_add_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
+    presentPopover(PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), viewBox(click), *style,
+        [this, uuid, alive = m_alive](const PMHighlightEdit& edit) {
+            if (*alive)
+                editHighlight(uuid, edit);
+        },
+        m_sharing ? m_sharing->highlightMenu(uuid, nullptr) : std::nullopt));
 }
 
 void PMReaderWindow::editHighlight(const std::u16string& uuid, const PMHighlightEdit& edit)

@@ -19,7 +19,9 @@
 // reads at night: the page light on dark, highlights in their night colours.
 // The header bar's notes menu shares all the book's notes or exports them
 // (PMReaderSharing.h).
-// The waiting calls (open, turnPages, find, highlight, switchNight,
+// Text selected with the mouse opens a popover that offers it as a highlight:
+// the first choice of colour, underline or note makes it.
+// The waiting calls (open, turnPages, find, highlight, selectText, switchNight,
 // showNotes, openShareMenu, exportNotes, writeScreenshot) let scripts drive it.
 // Errors: create answers nullptr and the waiting calls false, filling *error
 // (PMReaderErrorDomain, or the engine's) when a document cannot be shown,
@@ -33,6 +35,8 @@
 #include "PMReaderSharing.h"
 #include "book/PMBookNavigation.h"
 #include "engine/PMEngineSession.h"
+
+#include <nlohmann/json.hpp>
 
 #include <functional>
 #include <memory>
@@ -62,6 +66,10 @@ public:
     bool find(const std::string& query, KCError* error);
     // Highlights the first occurrence of the text in the chapter shown and keeps it.
     bool highlight(const std::string& text, const PMHighlightStyle& style, KCError* error);
+    // Selects the text's first occurrence in the chapter shown as the mouse
+    // would, which opens the popover that offers a highlight; with a choice,
+    // makes it there as the popover would (colour, underline, note).
+    bool selectText(const std::string& text, const std::optional<PMHighlightEdit>& choice, KCError* error);
     // Reads by night or by day; waits until the page is drawn again.
     bool switchNight(bool night, KCError* error);
     // Shows or hides the notes sidebar; waits until the page is laid out beside it.
@@ -113,6 +121,11 @@ private:
     void setScrolled(bool scrolled);
     KCSize viewSize() const;
     void highlightClicked(const std::string& clickJSON);
+    void selectionOffered(const std::string& offerJSON);
+    // Keeps the found text as a highlight and draws it; answers its UUID.
+    std::optional<std::u16string> addHighlight(PMFoundText found, const PMHighlightStyle& style, KCError* error);
+    GdkRectangle viewBox(const nlohmann::json& box) const;
+    void presentPopover(GtkWidget* popover);
     void editHighlight(const std::u16string& uuid, const PMHighlightEdit& edit);
     void updateStatus();
     bool waitUntilSettled(KCError* error);
@@ -140,6 +153,7 @@ private:
     GtkWidget* m_nightButton = nullptr;
     GtkWidget* m_scrolledButton = nullptr;
     GtkWidget* m_highlightPopover = nullptr;  // weak; the view is its parent while it is open
+    std::function<void(const PMHighlightEdit&)> m_selectionChoice;  // what the selection's popover does with a choice
     int m_redrawing = 0;
     int m_relayouts = 0;  // the page's own lay-outs after a new size
     bool m_closed = false;

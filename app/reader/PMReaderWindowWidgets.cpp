@@ -87,6 +87,14 @@ void PMReaderWindow::build(const KCSize& size)
                 static_cast<PMReaderWindow*>(data)->highlightClicked(text);
             g_free(text);
         }), this);
+    webkit_user_content_manager_register_script_message_handler(scripts, PMSelectionMessageHandler, nullptr);
+    g_signal_connect(scripts, (std::string("script-message-received::") + PMSelectionMessageHandler).c_str(),
+        G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
+            char* text = jsc_value_to_string(value);
+            if (text)
+                static_cast<PMReaderWindow*>(data)->selectionOffered(text);
+            g_free(text);
+        }), this);
     webkit_user_content_manager_register_script_message_handler(scripts, PMReaderStateMessageHandler, nullptr);
     g_signal_connect(scripts, (std::string("script-message-received::") + PMReaderStateMessageHandler).c_str(),
         G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {

@@ -395,4 +395,31 @@ TEST_F(ReadCommand, SharesAHighlightAndExportsTheNotes)
     }
 }
 
+// Text selected as the mouse selects it opens the popover that offers a
+// highlight; choosing there makes it, with its sentence, note and colour.
+TEST_F(ReadCommand, OffersASelectionAsAHighlight)
+{
+    std::string offered = m_scratch.file("offered.png");
+    PMProgramResult run = read(m_book, R"([{"open": 2}, {"select": "Hans Christian"}, {"screenshot": ")" + offered + R"("},
+        {"select": "The Wizard of Oz", "style": 1, "note": "made from a selection"}])");
+    ASSERT_EQ(run.status, 0) << run.err;
+    auto shot = PMTestPNGImageOfFile(offered);
+    ASSERT_TRUE(shot);
+    // The popover's red Delete button shows under the selection.
+    int red = 0;
+    for (int y = 0; y < shot->height; ++y) {
+        for (int x = 0; x < shot->width; ++x) {
+            const auto pixel = shot->at(x, y);
+            red += pixel[0] > 180 && pixel[1] < 80 && pixel[2] < 80;
+        }
+    }
+    EXPECT_GT(red, 500) << "no popover offers the selection";
+
+    PMProgramResult stored = PMRunPagemoor("annotations --store '" + m_store + "' list --asset http://www.gutenberg.org/ebooks/25545");
+    ASSERT_EQ(stored.status, 0) << stored.err;
+    EXPECT_NE(stored.out.find("type 2\tstyle 1\tlocation epubcfi(/6/6[s04]!/4/2/6/6/8/2,/1:0,/1:16)"), std::string::npos) << stored.out;
+    EXPECT_NE(stored.out.find("The Wizard of Oz\tnote: made from a selection"), std::string::npos) << stored.out;
+    EXPECT_EQ(stored.out.find("Hans Christian"), std::string::npos) << "a selection left alone became a highlight: " << stored.out;
+}
+
 } // namespace
