@@ -287,8 +287,10 @@ void PMReaderWindow::presentPopover(GtkWidget* popover)
     g_object_add_weak_pointer(G_OBJECT(m_highlightPopover), reinterpret_cast<gpointer*>(&m_highlightPopover));
 }
 
-void PMReaderWindow::selectionOffered(const std::string& offerJSON)
+void PMReaderWindow::selectionOffered(const char* offerJSON)
 {
+    if (!offerJSON)
+        return;
     auto found = PMFoundText::fromJSON(offerJSON);
     auto offer = nlohmann::json::parse(offerJSON, nullptr, false);
     if (!m_highlights || !m_loadedSpineIndex || !found || !offer.is_object())
@@ -319,8 +321,10 @@ void PMReaderWindow::selectionOffered(const std::string& offerJSON)
         [choice = m_selectionChoice](const PMHighlightEdit& edit) { choice(edit); }));
 }
 
-void PMReaderWindow::highlightClicked(const std::string& clickJSON)
+void PMReaderWindow::highlightClicked(const char* clickJSON)
 {
+    if (!clickJSON)
+        return;
     auto click = nlohmann::json::parse(clickJSON, nullptr, false);
     if (!m_highlights || !click.is_object() || !click["uuid"].is_string())
         return;
@@ -384,7 +388,7 @@ std::optional<std::vector<std::string>> PMReaderWindow::openShareMenu(KCError* e
         return std::nullopt;
     }
     click["uuid"] = KCUTF8FromUTF16(newest->annotationUuid().value_or(u""));
-    highlightClicked(click.dump());
+    highlightClicked(click.dump().c_str());
     GtkMenuButton* share = m_highlightPopover ? PMHighlightPopoverShareButton(m_highlightPopover) : nullptr;
     if (!share) {
         KCSetError(error, {PMReaderErrorDomain, 67, "the highlight's popover has no share menu"});
@@ -425,6 +429,13 @@ void PMReaderWindow::runInPage(const std::string& body, std::function<void(const
             if (*call->alive)
                 call->done(text);
         }, new Call {std::move(done), m_alive});
+}
+
+void PMReaderWindow::stateReported(const char* stateJSON)
+{
+    ++m_relayouts;
+    if (stateJSON && !m_busy)
+        settle(stateJSON);
 }
 
 void PMReaderWindow::settle(const std::string& stateJSON)

@@ -120,8 +120,11 @@ private:
     void setNight(bool night);
     void setScrolled(bool scrolled);
     KCSize viewSize() const;
-    void highlightClicked(const std::string& clickJSON);
-    void selectionOffered(const std::string& offerJSON);
+    // The page's script messages, their text null when it could not be read.
+    template <void (PMReaderWindow::*receive)(const char* text)> void onScriptMessage(const char* name);
+    void highlightClicked(const char* clickJSON);
+    void selectionOffered(const char* offerJSON);
+    void stateReported(const char* stateJSON);
     // Keeps the found text as a highlight and draws it; answers its UUID.
     std::optional<std::u16string> addHighlight(PMFoundText found, const PMHighlightStyle& style, KCError* error);
     GdkRectangle viewBox(const nlohmann::json& box) const;

@@ -33,6 +33,19 @@ template <typename Action> void onClicked(GtkWidget* button, Action action)
 
 } // namespace
 
+template <void (PMReaderWindow::*receive)(const char* text)> void PMReaderWindow::onScriptMessage(const char* name)
+{
+    WebKitUserContentManager* scripts = webkit_web_view_get_user_content_manager(m_session.view->webView());
+    webkit_user_content_manager_register_script_message_handler(scripts, name, nullptr);
+    // The window is the signal's data, so that its destructor disconnects it.
+    g_signal_connect(scripts, (std::string("script-message-received::") + name).c_str(),
+        G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
+            char* text = jsc_value_to_string(value);
+            (static_cast<PMReaderWindow*>(data)->*receive)(text);
+            g_free(text);
+        }), this);
+}
+
 void PMReaderWindow::build(const KCSize& size)
 {
     adw_init();
@@ -78,33 +91,9 @@ void PMReaderWindow::build(const KCSize& size)
     PMInstallReaderPageScript(webView);
     PMInstallReaderHighlightScript(webView);
     PMInstallReaderSearchScript(webView);
-    WebKitUserContentManager* scripts = webkit_web_view_get_user_content_manager(webView);
-    webkit_user_content_manager_register_script_message_handler(scripts, PMHighlightMessageHandler, nullptr);
-    g_signal_connect(scripts, (std::string("script-message-received::") + PMHighlightMessageHandler).c_str(),
-        G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
-            char* text = jsc_value_to_string(value);
-            if (text)
-                static_cast<PMReaderWindow*>(data)->highlightClicked(text);
-            g_free(text);
-        }), this);
-    webkit_user_content_manager_register_script_message_handler(scripts, PMSelectionMessageHandler, nullptr);
-    g_signal_connect(scripts, (std::string("script-message-received::") + PMSelectionMessageHandler).c_str(),
-        G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
-            char* text = jsc_value_to_string(value);
-            if (text)
-                static_cast<PMReaderWindow*>(data)->selectionOffered(text);
-            g_free(text);
-        }), this);
-    webkit_user_content_manager_register_script_message_handler(scripts, PMReaderStateMessageHandler, nullptr);
-    g_signal_connect(scripts, (std::string("script-message-received::") + PMReaderStateMessageHandler).c_str(),
-        G_CALLBACK(+[](WebKitUserContentManager*, JSCValue* value, gpointer data) {
-            auto* self = static_cast<PMReaderWindow*>(data);
-            char* text = jsc_value_to_string(value);
-            ++self->m_relayouts;
-            if (text && !self->m_busy)
-                self->settle(text);
-            g_free(text);
-        }), this);
+    onScriptMessage<&PMReaderWindow::highlightClicked>(PMHighlightMessageHandler);
+    onScriptMessage<&PMReaderWindow::selectionOffered>(PMSelectionMessageHandler);
+    onScriptMessage<&PMReaderWindow::stateReported>(PMReaderStateMessageHandler);
     g_signal_connect(webView, "load-changed", G_CALLBACK(loadChanged), this);
     g_signal_connect(webView, "load-failed", G_CALLBACK(loadFailed), this);
     GtkWidget* page = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
