@@ -1,5 +1,6 @@
 #include "PMReaderNotesSidebar.h"
 
+#include "PMReaderButtons.h"
 #include "PMReaderHighlightPopover.h"
 #include "Utilities/KCStringConversion.h"
 #include "Utilities/KCWordServices.h"
@@ -81,9 +82,7 @@ PMReaderNotesSidebar::~PMReaderNotesSidebar()
 
 GtkWidget* PMReaderNotesSidebar::build(GtkWidget* header, GtkWidget* content)
 {
-    GtkWidget* button = gtk_toggle_button_new();
-    gtk_button_set_icon_name(GTK_BUTTON(button), "sidebar-show-symbolic");
-    gtk_widget_set_tooltip_text(button, "Notes");
+    GtkWidget* button = PMIconToggleButton("sidebar-show-symbolic", "Notes");
     adw_header_bar_pack_start(ADW_HEADER_BAR(header), button);
 
     m_list = gtk_list_box_new();

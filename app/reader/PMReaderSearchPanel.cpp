@@ -1,5 +1,7 @@
 #include "PMReaderSearchPanel.h"
 
+#include "PMReaderButtons.h"
+
 #include <adwaita.h>
 
 namespace {
@@ -52,9 +54,7 @@ PMReaderSearchPanel::~PMReaderSearchPanel() = default;
 
 GtkWidget* PMReaderSearchPanel::build(GtkWidget* header, GtkWidget* page)
 {
-    GtkWidget* button = gtk_toggle_button_new();
-    gtk_button_set_icon_name(GTK_BUTTON(button), "system-search-symbolic");
-    gtk_widget_set_tooltip_text(button, "Search");
+    GtkWidget* button = PMIconToggleButton("system-search-symbolic", "Search");
     adw_header_bar_pack_end(ADW_HEADER_BAR(header), button);
 
     m_entry = gtk_search_entry_new();

@@ -3,6 +3,7 @@
 // panel and the notes sidebar around it, and the keys that turn pages.
 #include "PMReaderWindow.h"
 
+#include "PMReaderButtons.h"
 #include "PMReaderHighlightScript.h"
 #include "PMReaderLayoutScript.h"
 #include "PMReaderPageScript.h"
@@ -15,13 +16,6 @@ namespace {
 
 constexpr double kEdgeFraction = 0.15;  // of the page's width, on either side, turns a page on a click
 constexpr double kZoomStep = 1.1;
-
-GtkWidget* iconButton(const char* icon, const char* tooltip)
-{
-    GtkWidget* button = gtk_button_new_from_icon_name(icon);
-    gtk_widget_set_tooltip_text(button, tooltip);
-    return button;
-}
 
 // Connects a button's click to a member call that is skipped once the window is gone.
 template <typename Action> void onClicked(GtkWidget* button, Action action)
@@ -65,17 +59,15 @@ void PMReaderWindow::build(const KCSize& size)
     gtk_widget_set_tooltip_text(contents, "Contents");
     gtk_menu_button_set_popover(GTK_MENU_BUTTON(contents), buildTableOfContents());
     adw_header_bar_pack_start(ADW_HEADER_BAR(header), contents);
-    GtkWidget* larger = iconButton("zoom-in-symbolic", "Larger Text");
-    GtkWidget* smaller = iconButton("zoom-out-symbolic", "Smaller Text");
+    GtkWidget* larger = PMIconButton("zoom-in-symbolic", "Larger Text");
+    GtkWidget* smaller = PMIconButton("zoom-out-symbolic", "Smaller Text");
     onClicked(larger, [this, alive = m_alive] { if (*alive) zoom(kZoomStep); });
     onClicked(smaller, [this, alive = m_alive] { if (*alive) zoom(1 / kZoomStep); });
     if (m_sharing)
         adw_header_bar_pack_end(ADW_HEADER_BAR(header), m_sharing->notesMenuButton(GTK_WINDOW(m_window)));
     adw_header_bar_pack_end(ADW_HEADER_BAR(header), larger);
     adw_header_bar_pack_end(ADW_HEADER_BAR(header), smaller);
-    m_nightButton = gtk_toggle_button_new();
-    gtk_button_set_icon_name(GTK_BUTTON(m_nightButton), "weather-clear-night-symbolic");
-    gtk_widget_set_tooltip_text(m_nightButton, "Night");
+    m_nightButton = PMIconToggleButton("weather-clear-night-symbolic", "Night");
     g_signal_connect(m_nightButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
         static_cast<PMReaderWindow*>(data)->setNight(gtk_toggle_button_get_active(button));
     }), this);
