@@ -194,6 +194,9 @@ std::optional<size_t> PMBookNavigation::spineIndexInRange(std::string_view cfi) 
 
 std::optional<std::string> PMBookNavigation::chapterTitleForLocation(std::string_view cfi) const
 {
+    // A book without a table of contents has nothing to say of any location.
+    if (m_tableOfContents.empty())
+        return std::nullopt;
     auto index = spineIndexInRange(cfi);
     if (!index)
         return std::nullopt;
@@ -216,6 +219,8 @@ std::optional<std::string> PMBookNavigation::chapterTitleForLocation(std::string
 KCRange PMBookNavigation::pageRangeForLocation(std::string_view cfi) const
 {
     KCRange pages;
+    if (m_pageList.empty())
+        return pages;
     auto index = spineIndexInRange(cfi);
     if (!index)
         return pages;

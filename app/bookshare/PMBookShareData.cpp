@@ -9,6 +9,11 @@
 
 PMBookShareData PMBookShareDataForBook(const PMBook& book)
 {
+    return PMBookShareDataForBook(book, PMBookNavigation::open(book, nullptr).value_or(PMBookNavigation()));
+}
+
+PMBookShareData PMBookShareDataForBook(const PMBook& book, PMBookNavigation navigation)
+{
     const PMPackage& package = book.package();
     PMBookShareData data;
     data.identifier = KCUTF16FromUTF8(package.uniqueIdentifier);
@@ -16,9 +21,7 @@ PMBookShareData PMBookShareDataForBook(const PMBook& book)
     data.language = KCUTF16FromUTF8(package.language);
     data.citationSource = {KCUTF16FromUTF8(package.creator), KCUTF16FromUTF8(package.title), KCUTF16FromUTF8(package.publisher),
         KCUTF16FromUTF8(package.year())};
-    KCError error;
-    if (auto navigation = PMBookNavigation::open(book, &error))
-        data.navigation = std::move(*navigation);
+    data.navigation = std::move(navigation);
     return data;
 }
 

@@ -33,3 +33,5 @@ struct PMBookShareData {
 
 // A book without a navigation document still shares: it just has no chapter titles.
 PMBookShareData PMBookShareDataForBook(const PMBook& book);
+// The same with the book's navigation already opened.
+PMBookShareData PMBookShareDataForBook(const PMBook& book, PMBookNavigation navigation);

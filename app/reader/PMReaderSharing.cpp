@@ -64,8 +64,9 @@ std::string PMReaderTextLineScript(const std::string& text)
            " return line ? JSON.stringify({x: line.left, y: line.top, width: line.width, height: line.height}) : null; })()";
 }
 
-PMReaderSharing::PMReaderSharing(const PMBook& book, std::shared_ptr<KCManagedObjectContext> context, std::u16string assetID)
-    : m_book(PMBookShareDataForBook(book))
+PMReaderSharing::PMReaderSharing(const PMBook& book, const PMBookNavigation& navigation, std::shared_ptr<KCManagedObjectContext> context,
+    std::u16string assetID)
+    : m_book(PMBookShareDataForBook(book, navigation))
     , m_pagination(m_book.paginationDataSource())
     , m_bookPath(KCUTF16FromUTF8(book.contentsPath()))
     , m_context(std::move(context))

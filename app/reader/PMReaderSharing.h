@@ -31,7 +31,7 @@ std::string PMReaderTextLineScript(const std::string& text);
 
 class PMReaderSharing {
 public:
-    PMReaderSharing(const PMBook& book, std::shared_ptr<KCManagedObjectContext> context, std::u16string assetID);
+    PMReaderSharing(const PMBook& book, const PMBookNavigation& navigation, std::shared_ptr<KCManagedObjectContext> context, std::u16string assetID);
     ~PMReaderSharing();
     PMReaderSharing(const PMReaderSharing&) = delete;
     PMReaderSharing& operator=(const PMReaderSharing&) = delete;

@@ -41,12 +41,12 @@ PMReaderWindow::PMReaderWindow(PMEngineSession& session, std::unique_ptr<PMReadi
     , m_layout(session)
     , m_positions(std::move(positions))
 {
-    if (m_positions) {
-        m_highlights = std::make_unique<PMReaderHighlights>(m_positions->store(), m_positions->context(), m_positions->assetID());
-        m_sharing = std::make_unique<PMReaderSharing>(*session.book, m_positions->context(), m_positions->assetID());
-    }
     // A book without a navigation document still reads; its chapters are untitled.
     m_navigation = PMBookNavigation::open(*session.book, nullptr).value_or(PMBookNavigation());
+    if (m_positions) {
+        m_highlights = std::make_unique<PMReaderHighlights>(m_positions->store(), m_positions->context(), m_positions->assetID());
+        m_sharing = std::make_unique<PMReaderSharing>(*session.book, m_navigation, m_positions->context(), m_positions->assetID());
+    }
     for (const auto& path : session.documentPaths) {
         std::error_code problem;
         auto size = path.empty() ? 0 : std::filesystem::file_size(path, problem);

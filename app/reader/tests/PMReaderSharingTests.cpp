@@ -30,7 +30,7 @@ TEST(PMReaderSharing, OffersTheSharesOfAHighlightAndOfTheNotesAndExportsThem)
     auto context = store.newManagedObjectContext();
     const std::u16string asset = KCUTF16FromUTF8(book->package().uniqueIdentifier);
     PMReaderHighlights highlights(store, context, asset);
-    PMReaderSharing sharing(*book, context, asset);
+    PMReaderSharing sharing(*book, PMBookNavigation::open(*book, nullptr).value_or(PMBookNavigation()), context, asset);
 
     KCError error;
     EXPECT_FALSE(sharing.newestHighlight(&error));
