@@ -1,6 +1,7 @@
 #include "PMReaderSearchPanel.h"
 
 #include "PMReaderButtons.h"
+#include "Utilities/KCLogger.h"
 
 #include <adwaita.h>
 
@@ -124,12 +125,13 @@ bool PMReaderSearchPanel::resultsShown() const
 
 void PMReaderSearchPanel::entryChanged()
 {
-    std::string query = gtk_editable_get_text(GTK_EDITABLE(m_entry));
     if (m_running) {
-        m_queued = query;
+        m_changedWhileRunning = true;
         return;
     }
-    while (true) {
+    do {
+        m_changedWhileRunning = false;
+        const std::string query = gtk_editable_get_text(GTK_EDITABLE(m_entry));
         if (query.empty()) {
             m_query.clear();
             list({});
@@ -139,18 +141,21 @@ void PMReaderSearchPanel::entryChanged()
             if (!search(query, &error))
                 setStatus(error.message);
         }
-        if (!m_queued)
-            return;
-        query = *std::exchange(m_queued, std::nullopt);
-    }
+    } while (m_changedWhileRunning);
 }
 
 std::optional<std::vector<PMReaderSearchResult>> PMReaderSearchPanel::search(const std::string& query, KCError* error)
 {
     gtk_search_bar_set_search_mode(GTK_SEARCH_BAR(m_bar), TRUE);
+    KCLog("Searching the book for \u201C%@\u201D", query);
     m_query = query;
-    if (gtk_editable_get_text(GTK_EDITABLE(m_entry)) != query)
+    // A query given from outside is shown in the entry, without being taken
+    // for one typed there (emptying the entry on the way would be).
+    if (gtk_editable_get_text(GTK_EDITABLE(m_entry)) != query) {
+        g_signal_handlers_block_matched(m_entry, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
         gtk_editable_set_text(GTK_EDITABLE(m_entry), query.c_str());
+        g_signal_handlers_unblock_matched(m_entry, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
+    }
     // The engine's tasks turn the main loop: what is typed meanwhile waits its turn.
     m_running = true;
     setStatus(m_search.ready() ? "Searching\u2026" : "Preparing the search\u2026");

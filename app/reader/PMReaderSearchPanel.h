@@ -34,7 +34,7 @@ public:
     std::optional<std::vector<PMReaderSearchResult>> search(const std::string& query, KCError* error);
 
 private:
-    // The entry's query; a query typed while one runs is run after it.
+    // The entry's query; what is typed while a search runs is taken up when it ends.
     void entryChanged();
     void list(const std::vector<PMReaderSearchResult>& results);
     void setStatus(const std::string& text);
@@ -49,5 +49,5 @@ private:
     std::vector<PMReaderSearchResult> m_shown;
     std::string m_query;  // the last one run
     bool m_running = false;
-    std::optional<std::string> m_queued;
+    bool m_changedWhileRunning = false;
 };

@@ -12,10 +12,10 @@ namespace {
 
 class ReadCommand : public PMProgramTest {
 protected:
-    PMProgramResult read(const std::string& book, const std::string& actions)
+    PMProgramResult read(const std::string& book, const std::string& actions, const std::string& options = "")
     {
         KCWriteTestFile(m_scratch.file("actions.json"), actions);
-        return PMRunPagemoor("read '" + book + "' --size 800x600 --store '" + m_store + "' --actions '" + m_scratch.file("actions.json") + "'");
+        return PMRunPagemoor("read '" + book + "' --size 800x600 --store '" + m_store + "' --actions '" + m_scratch.file("actions.json") + "'" + options);
     }
 
     std::string m_book = std::string(PM_SOURCE_DIR) + "/app/e2e/books/childrens-literature.epub";
@@ -153,9 +153,14 @@ TEST_F(ReadCommand, FindsAPhraseAndOpensItsChapter)
     ASSERT_EQ(stored.status, 0) << stored.err;
     EXPECT_NE(stored.out.find("type 3\tstyle 0\tlocation epubcfi(/6/6[s04]!/4/"), std::string::npos) << stored.out;
 
-    PMProgramResult absent = read(m_book, R"([{"find": "porridge of moonbeams"}])");
+    // A second search replaces the first in the entry: the first is not run again.
+    PMProgramResult absent = read(m_book, R"([{"find": "guardian spirit"}, {"find": "porridge of moonbeams"}])", " --verbose");
     EXPECT_NE(absent.status, 0);
-    EXPECT_NE(absent.err.find("action 1: \u201Cporridge of moonbeams\u201D was not found"), std::string::npos) << absent.err;
+    EXPECT_NE(absent.err.find("action 2: \u201Cporridge of moonbeams\u201D was not found"), std::string::npos) << absent.err;
+    size_t searches = 0;
+    for (size_t at = absent.err.find("Searching the book for"); at != std::string::npos; at = absent.err.find("Searching the book for", at + 1))
+        ++searches;
+    EXPECT_EQ(searches, 2u) << absent.err;
 }
 
 TEST_F(ReadCommand, RefusesActionsItCannotPlay)
