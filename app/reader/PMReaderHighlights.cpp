@@ -74,7 +74,11 @@ std::optional<PMHighlightRange> PMHighlightRange::fromCFI(std::string_view cfi)
 
 std::optional<PMFoundText> PMFoundText::fromJSON(std::string_view json)
 {
-    auto found = nlohmann::json::parse(json, nullptr, false);
+    return fromJSONObject(nlohmann::json::parse(json, nullptr, false));
+}
+
+std::optional<PMFoundText> PMFoundText::fromJSONObject(nlohmann::json found)
+{
     if (!found.is_object() || !found["start"].is_string() || !found["end"].is_string() || !found["text"].is_string()
         || !found["blockText"].is_string() || !found["offset"].is_number_unsigned() || !found["chapterOffset"].is_number_unsigned())
         return std::nullopt;

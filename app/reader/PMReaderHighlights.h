@@ -17,6 +17,8 @@
 #include "Utilities/KCError.h"
 #include "Utilities/KCGeometry.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,6 +44,7 @@ struct PMFoundText {
     std::optional<std::string> page;  // the printed page it lies on
 
     static std::optional<PMFoundText> fromJSON(std::string_view json);
+    static std::optional<PMFoundText> fromJSONObject(nlohmann::json found);
 };
 
 // The sentence of the block's text around the range, blanks collapsed, and

@@ -273,7 +273,10 @@ bool PMReaderWindow::selectText(const std::string& text, const std::optional<PMH
 GdkRectangle PMReaderWindow::viewBox(const nlohmann::json& box) const
 {
     const double zoom = webkit_web_view_get_zoom_level(m_session.view->webView());
-    auto scaled = [&](const char* key) { return box[key].is_number() ? static_cast<int>(std::lround(box[key].get<double>() * zoom)) : 0; };
+    auto scaled = [&](const char* key) {
+        auto value = box.find(key);
+        return value != box.end() && value->is_number() ? static_cast<int>(std::lround(value->get<double>() * zoom)) : 0;
+    };
     return {scaled("x"), scaled("y"), std::max(1, scaled("width")), std::max(1, scaled("height"))};
 }
 
@@ -291,9 +294,9 @@ void PMReaderWindow::selectionOffered(const char* offerJSON)
 {
     if (!offerJSON)
         return;
-    auto found = PMFoundText::fromJSON(offerJSON);
     auto offer = nlohmann::json::parse(offerJSON, nullptr, false);
-    if (!m_highlights || !m_loadedSpineIndex || !found || !offer.is_object())
+    auto found = PMFoundText::fromJSONObject(offer);
+    if (!m_highlights || !m_loadedSpineIndex || !found)
         return;
     // The first choice makes the highlight; later ones change it.
     auto made = std::make_shared<std::optional<std::u16string>>();
@@ -317,8 +320,7 @@ void PMReaderWindow::selectionOffered(const char* offerJSON)
         if (!*made)
             KCLog("Cannot keep the highlight: %@", error.message);
     };
-    presentPopover(PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), viewBox(offer), PMHighlightStyle {},
-        [choice = m_selectionChoice](const PMHighlightEdit& edit) { choice(edit); }));
+    presentPopover(PMPresentHighlightPopover(GTK_WIDGET(m_session.view->webView()), viewBox(offer), PMHighlightStyle {}, m_selectionChoice));
 }
 
 void PMReaderWindow::highlightClicked(const char* clickJSON)
